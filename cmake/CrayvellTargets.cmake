@@ -1,0 +1,57 @@
+# What every target of the tree has in common. Nothing here changes a global
+# setting, so that the tree can be part of another project.
+
+# Language level, warnings, sanitizers and the include root for one target.
+function(crayvell_configure_target target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    target_include_directories(${target} PUBLIC "${Crayvell_SOURCE_DIR}")
+    target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2
+        $<$<BOOL:${CRAYVELL_WERROR}>:-Werror>)
+    if(CRAYVELL_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=address,undefined
+            -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+        target_link_options(${target} PUBLIC -fsanitize=address,undefined)
+    endif()
+endfunction()
+
+# crayvell_library(name SOURCES files... LINK libraries...)
+function(crayvell_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
+    add_library(${name} STATIC ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    target_link_libraries(${name} PUBLIC ${ARG_LINK})
+    crayvell_configure_target(${name})
+    _crayvell_note_sources(${ARG_SOURCES})
+endfunction()
+
+# crayvell_program(name SOURCES files... LINK libraries...)
+function(crayvell_program name)
+    cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LINK})
+    crayvell_configure_target(${name})
+    _crayvell_note_sources(${ARG_SOURCES})
+endfunction()
+
+function(_crayvell_note_sources)
+    foreach(source IN LISTS ARGV)
+        cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
+        set_property(GLOBAL APPEND PROPERTY CRAYVELL_SOURCES "${source}")
+    endforeach()
+endfunction()
+
+# Stops the configuration when a .cpp file below one of the given folders
+# belongs to no target: a forgotten test would otherwise look like a passing one.
+function(crayvell_check_sources)
+    get_property(known GLOBAL PROPERTY CRAYVELL_SOURCES)
+    foreach(folder IN LISTS ARGV)
+        file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
+        foreach(source IN LISTS sources)
+            if(NOT source IN_LIST known AND NOT source MATCHES "/tests/consumer/")
+                message(SEND_ERROR "${source} belongs to no target")
+            endif()
+        endforeach()
+    endforeach()
+endfunction()
