@@ -1,0 +1,16 @@
+#include <QApplication>
+
+#include "app/mainwindow.h"
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    // Both names together select where the settings are kept.
+    QApplication::setApplicationName(QStringLiteral("Crayvell 1.0"));
+    QApplication::setOrganizationName(QStringLiteral("Dellumbra software"));
+
+    MainWindow window;
+    QObject::connect(&window, &MainWindow::mwquit, &application, &QApplication::quit);
+    window.setVisible(true);
+    return QApplication::exec();
+}

@@ -1,0 +1,254 @@
+#include "app/mainwindow.h"
+
+#include <QDesktopServices>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGraphicsPixmapItem>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QToolButton>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include "app/helpdialog.h"
+#include "app/photofile.h"
+#include "sketch/edgebuffer.h"
+#include "sketch/levels.h"
+#include "ui_mainwindow.h"
+
+namespace {
+
+constexpr int margin = 10; // white paper around the picture, in pixels
+constexpr qreal backgroundZ = 1.0;
+constexpr qreal pictureZ = 10.0;
+
+constexpr double zoomInFactor = 1.2;
+constexpr double zoomOutFactor = 1.0 / 1.2;
+
+// The button of an action that lives in no menu must be reachable by Tab.
+void makeButtonsFocusable(QToolBar *toolBar)
+{
+    for (QToolButton *button : toolBar->findChildren<QToolButton *>())
+        button->setFocusPolicy(Qt::TabFocus);
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(new Ui_MainWindow)
+{
+    ui->setupUi(this);
+    ui->progressBar->setVisible(false);
+    setAcceptDrops(true);
+    // With a scene the canvas would accept a dragged file and then drop it.
+    ui->graphicsView->setAcceptDrops(false);
+    makeButtonsFocusable(ui->mainToolBar);
+    // The window's own context menu could hide the tool bar, and Process is
+    // nowhere else.
+    setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+MainWindow::~MainWindow()
+{
+    delete ui;
+}
+
+void MainWindow::on_actionQuit_triggered()
+{
+    mwquit();
+}
+
+void MainWindow::on_actionZoomPlus_triggered()
+{
+    ui->graphicsView->scale(zoomInFactor, zoomInFactor);
+}
+
+void MainWindow::on_actionZoomMinus_triggered()
+{
+    ui->graphicsView->scale(zoomOutFactor, zoomOutFactor);
+}
+
+void MainWindow::on_actionOpen_triggered()
+{
+    const QString directory = settings.value(QStringLiteral("CurrDir"), QString()).toString();
+    fileName = QFileDialog::getOpenFileName(
+        this, tr("Open Image"), directory,
+        tr("Image Files (*.png *.jpg *.bmp *.jpeg *.tiff *.tif *.gif);;All files (*.*)"));
+    if (fileName.isEmpty()) {
+        ui->statusBar->showMessage(tr("No file selected"), 0);
+        return;
+    }
+    open(fileName);
+}
+
+void MainWindow::open(QString filename)
+{
+    // A photo that cannot be read still moves the remembered directory.
+    settings.setValue(QStringLiteral("CurrDir"), canonicalDirectory(filename));
+    const QImage photo = readPhoto(filename);
+    if (photo.isNull()) {
+        ui->statusBar->showMessage(tr("Failed to read image"), 0);
+        return;
+    }
+    sourceImage = photo;
+    setWindowTitle(QStringLiteral("Crayvell - ") + QFileInfo(filename).fileName());
+    showPhoto();
+
+    lastLevel2 = -100;
+    lastLevel1 = -100;
+    sketchImage = sourceImage;
+    const auto pixels = static_cast<std::size_t>(sourceImage.width())
+        * static_cast<std::size_t>(sourceImage.height());
+    edgeBuffer = new unsigned char[pixels]; // the previous one stays allocated on purpose
+    ui->progressBar->setVisible(true);
+    inverterodesketch(&sourceImage, edgeBuffer, ui->progressBar);
+    ui->progressBar->setVisible(false);
+}
+
+// Puts sourceImage on its white margin into the scene and fits it into the view.
+void MainWindow::showPhoto()
+{
+    const QPixmap photo = QPixmap::fromImage(sourceImage);
+    clearScene();
+
+    QPixmap paper(sourceImage.width() + 2 * margin, sourceImage.height() + 2 * margin);
+    paper.fill(Qt::white);
+    backgroundItem = scene.addPixmap(paper);
+    backgroundItem->setTransformationMode(Qt::SmoothTransformation);
+    backgroundItem->setZValue(backgroundZ);
+    scene.setSceneRect(0, 0, paper.width(), paper.height());
+    addPicture(photo);
+
+    ui->graphicsView->setScene(&scene);
+    ui->graphicsView->fitInView(scene.sceneRect(), Qt::KeepAspectRatio);
+    ui->graphicsView->setVisible(true);
+}
+
+// Items taken out here are not deleted, but their pixels are let go.
+void MainWindow::clearScene()
+{
+    takeOut(wireOverlayItem);
+    takeOut(sketchItem);
+    if (backgroundItem) {
+        // Asks for the sketch a second time on purpose: the margin itself goes
+        // with clear(), and the scene answers a null item with a warning only.
+        scene.removeItem(sketchItem);
+        sketchItem = nullptr;
+    }
+    scene.clear();
+}
+
+void MainWindow::takeOut(QGraphicsPixmapItem *&item)
+{
+    if (!item)
+        return;
+    scene.removeItem(item);
+    item->setPixmap(QPixmap());
+    item = nullptr;
+}
+
+void MainWindow::addPicture(const QPixmap &picture)
+{
+    sketchItem = scene.addPixmap(picture);
+    sketchItem->setTransformationMode(Qt::SmoothTransformation);
+    sketchItem->setPos(margin, margin);
+    sketchItem->setZValue(pictureZ);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->mimeData()->hasUrls())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent *event)
+{
+    // Without a first URL the path is empty, as for one that is no local file.
+    open(event->mimeData()->urls().value(0).toLocalFile());
+    event->acceptProposedAction();
+}
+
+void MainWindow::inverterodesketch(QImage *src, unsigned char *edgebuff, QProgressBar *pb)
+{
+    ::inverterodesketch(*src, edgebuff, [pb](int percent) { pb->setValue(percent); });
+}
+
+void MainWindow::on_actionProcess_triggered()
+{
+    sketchImage = sourceImage;
+    updatePenLevels(sketchImage, ui->horizontalSlider->value(), ui->horizontalSlider_2->value());
+    displaysketch();
+}
+
+void MainWindow::on_horizontalSlider_valueChanged(int)
+{
+    on_actionProcess_triggered();
+}
+
+void MainWindow::on_horizontalSlider_2_valueChanged(int)
+{
+    on_actionProcess_triggered();
+}
+
+void MainWindow::updatePenLevels(QImage &image, int low, int high)
+{
+    ::updatePenLevels(image, edgeBuffer, low, high);
+}
+
+void MainWindow::displaysketch()
+{
+    const QPixmap picture = QPixmap::fromImage(sketchImage);
+    if (sketchItem) {
+        scene.removeItem(sketchItem);
+        delete sketchItem;
+        sketchItem = nullptr;
+    }
+    addPicture(picture);
+}
+
+void MainWindow::on_actionSave_triggered()
+{
+    if (sketchImage.isNull()) {
+        ui->statusBar->showMessage(QStringLiteral("Nothing to save."), 0);
+        return;
+    }
+    const QString openDirectory = settings.value(QStringLiteral("CurrDir"), QString()).toString();
+    const QString directory =
+        settings.value(QStringLiteral("CurrSaveDir"), openDirectory).toString();
+    const QString target = QFileDialog::getSaveFileName(this, tr("Save Image"), directory,
+                                                        tr("JPG Files (*.jpg);;PNG Files (*.png)"));
+    if (target.isEmpty()) {
+        ui->statusBar->showMessage(tr("No file selected"), 0);
+        return;
+    }
+    writeSketch(sketchImage, target); // a failed save is silent
+    settings.setValue(QStringLiteral("CurrSaveDir"), canonicalDirectory(target));
+}
+
+void MainWindow::on_actionIndex_triggered()
+{
+}
+
+void MainWindow::on_actionAbout_triggered()
+{
+}
+
+void MainWindow::on_actionHome_triggered()
+{
+}
+
+void MainWindow::ProcessWireMarker(QRegion)
+{
+}
+
+// Wire detection has no implementation; the names are kept for hosts.
+void MainWindow::detectwire()
+{
+}
+
+void MainWindow::colorsobel()
+{
+}
