@@ -1,0 +1,56 @@
+# Set-up that ./run and ./test share; sourced, not run. Expects $root to be the
+# top folder of the tree.
+
+# What building and showing the program takes.
+run_packages=(g++ cmake ninja-build qt6-base-dev qt6-image-formats-plugins qt6-wayland
+    fonts-dejavu-core x11-utils)
+# What the tests and benchmarks take beyond that.
+test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux)
+
+say() {
+    printf '%s\n' "$*" >&2
+}
+
+# The given packages that are not installed, one a line.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
+            printf '%s\n' "$package"
+    done
+}
+
+# Installs the given packages where they are missing. Ends the script with 1,
+# and with the command that would help, where that is not possible.
+install_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    ((${#missing[@]})) || return 0
+
+    local get=(apt-get --option DPkg::Lock::Timeout=300)
+    local install=("${get[@]}" install --yes --no-install-recommends "${missing[@]}")
+    local as_root=()
+    if ((EUID != 0)); then
+        as_root=(sudo)
+        [[ -t 0 ]] || as_root+=(--non-interactive) # nobody there to type a password
+    fi
+    say "Installing: ${missing[*]}"
+    if { ((EUID == 0)) || command -v sudo >/dev/null; } &&
+        "${as_root[@]}" "${get[@]}" update >&2 &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${install[@]}" >&2; then
+        return 0
+    fi
+    say "These packages are missing and could not be installed from here. As root, please run:"
+    say "    apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+    exit 1
+}
+
+# build PRESET TARGET: configures once, then builds what has changed.
+build() {
+    local preset=$1 target=$2
+    (
+        cd "$root"
+        [[ -f build/$preset/build.ninja ]] || cmake --preset "$preset" >&2
+        cmake --build --preset "$preset" --target "$target" -- --quiet >&2
+    )
+}
