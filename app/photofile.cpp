@@ -61,8 +61,9 @@ bool writeSketch(const QImage &sketch, const QString &fileName)
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    // Without a format the suffix of the file's name decides.
-    return sketch.save(&file, nullptr, saveQuality) && file.commit();
+    // Without a format the suffix of the file's name decides. What is still
+    // buffered is flushed here: commit() alone overlooks that it did not fit.
+    return sketch.save(&file, nullptr, saveQuality) && file.flush() && file.commit();
 }
 
 QString canonicalDirectory(const QString &fileName)

@@ -4,8 +4,7 @@
 #include "ui_mainwindow.h"
 
 // Lets tests look at the members of a main window.
-struct MainWindowProbe
-{
+struct MainWindowProbe {
     static Ui_MainWindow &ui(MainWindow &window) { return *window.ui; }
     static QGraphicsScene &scene(MainWindow &window) { return window.scene; }
     static QSettings &settings(MainWindow &window) { return window.settings; }
@@ -21,8 +20,8 @@ struct MainWindowProbe
     }
     static QList<int> numbers(MainWindow &window)
     {
-        return {window.lastLevel1, window.lastLevel2, window.spareThreshold,
-                int(window.spare1), int(window.spare2)};
+        return {window.lastLevel1, window.lastLevel2, window.spareThreshold, int(window.spare1),
+                int(window.spare2)};
     }
     static QUndoStack &undoStack(MainWindow &window) { return window.undoStack; }
     static const void *extraItem(MainWindow &window) { return window.extraItem; }

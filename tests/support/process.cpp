@@ -1,0 +1,78 @@
+#include "tests/support/process.h"
+
+#include <QFile>
+
+#include <csignal>
+
+#include <unistd.h>
+
+namespace process {
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+qint64 statusEntry(const QByteArray &label)
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray table = file.readAll();
+    const QByteArray rest = table.mid(table.indexOf(label) + label.size(), 40).simplified();
+    return rest.left(rest.indexOf(' ')).toLongLong() * 1024;
+}
+
+} // namespace
+
+OrdinaryUser::OrdinaryUser()
+    : m_former(geteuid())
+{
+    if (m_former == 0 && setresuid(nobody, nobody, 0) != 0)
+        qFatal("cannot become an ordinary user");
+}
+
+OrdinaryUser::~OrdinaryUser()
+{
+    if (m_former == 0 && setresuid(0, 0, 0) != 0)
+        qFatal("cannot become root again");
+}
+
+ResourceLimit::ResourceLimit(int resource, qint64 limit)
+    : m_resource(resource)
+{
+    std::signal(SIGXFSZ, SIG_IGN); // a full disk reports an error, it does not kill
+    getrlimit(static_cast<__rlimit_resource>(m_resource), &m_former);
+    const rlimit lowered {static_cast<rlim_t>(limit), m_former.rlim_max};
+    setrlimit(static_cast<__rlimit_resource>(m_resource), &lowered);
+}
+
+ResourceLimit::~ResourceLimit()
+{
+    setrlimit(static_cast<__rlimit_resource>(m_resource), &m_former);
+}
+
+qint64 residentMemory()
+{
+    return statusEntry("VmRSS:");
+}
+
+qint64 peakResidentMemory()
+{
+    return statusEntry("VmHWM:");
+}
+
+qint64 addressSpace()
+{
+    return statusEntry("VmSize:");
+}
+
+bool isSanitized()
+{
+#ifdef __SANITIZE_ADDRESS__
+    return true;
+#else
+    return false;
+#endif
+}
+
+} // namespace process

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <sys/resource.h>
+#include <sys/types.h>
+
+// What a test changes or reads about its own process.
+namespace process {
+
+// Acts as a user without privileges while it lives. Without effect where the
+// tests are not run by root.
+class OrdinaryUser {
+    Q_DISABLE_COPY_MOVE(OrdinaryUser)
+
+public:
+    OrdinaryUser();
+    ~OrdinaryUser();
+
+private:
+    uid_t m_former;
+};
+
+// Lowers a soft resource limit (RLIMIT_FSIZE, RLIMIT_AS) while it lives.
+class ResourceLimit {
+    Q_DISABLE_COPY_MOVE(ResourceLimit)
+
+public:
+    ResourceLimit(int resource, qint64 limit);
+    ~ResourceLimit();
+
+private:
+    int m_resource;
+    rlimit m_former {};
+};
+
+// From /proc/self/status, in bytes: what is resident, what was at most, and the
+// size of the address space.
+qint64 residentMemory();
+qint64 peakResidentMemory();
+qint64 addressSpace();
+
+// Whether the address sanitizer is built in, whose own memory hides ours.
+bool isSanitized();
+
+} // namespace process
