@@ -5,7 +5,8 @@
 class Ui_HelpDialog;
 
 // The short guide behind Help > Index.
-class HelpDialog : public QDialog {
+class HelpDialog : public QDialog
+{
     Q_OBJECT
 
 public:

@@ -15,7 +15,8 @@ class Ui_MainWindow;
 
 // The program's one window: a photo, its sketch, and the two levels between
 // them. It joins the canvas (canvas/) to the sketch arithmetic (sketch/).
-class MainWindow : public QMainWindow {
+class MainWindow : public QMainWindow
+{
     Q_OBJECT
 
 public:

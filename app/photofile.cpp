@@ -15,7 +15,8 @@ constexpr int saveQuality = 100;
 
 // Sets the toolkit's process-wide limit for one decoded picture and gives the
 // former one back: a host may have its own.
-class AllocationLimit {
+class AllocationLimit
+{
     Q_DISABLE_COPY_MOVE(AllocationLimit)
 
 public:

@@ -6,7 +6,8 @@ namespace {
 
 // The percentages of one run in their fixed order, given out in step with the
 // rows that are done.
-class ProgressSchedule {
+class ProgressSchedule
+{
 public:
     ProgressSchedule(int width, int height, const ProgressReport &report)
         : m_width(width)

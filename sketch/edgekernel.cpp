@@ -59,7 +59,8 @@ void edgeRow(const uchar *luminance, const uchar *const *maxima, int width, ucha
 }
 
 // The luminance and the row maxima of the last five rows.
-class RowRing {
+class RowRing
+{
 public:
     explicit RowRing(int width)
         : m_width(width)

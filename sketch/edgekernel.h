@@ -7,7 +7,8 @@
 namespace sketch {
 
 // A photo in memory: rows of 32-bit pixels 0xAARRGGBB, stride bytes apart.
-struct PhotoView {
+struct PhotoView
+{
     const uchar *pixels;
     qsizetype stride; // bytes, a multiple of 4
     int width; // pixels

@@ -30,7 +30,8 @@ std::string processor()
 }
 
 // Remembers the best time of each benchmark while the console shows all.
-class TimeKeeper : public benchmark::ConsoleReporter {
+class TimeKeeper : public benchmark::ConsoleReporter
+{
 public:
     using ConsoleReporter::ConsoleReporter;
 

@@ -10,7 +10,8 @@
 
 // Two benchmarks of the same run whose times are set against each other:
 // "subject" is so many times as fast as "baseline".
-struct Ratio {
+struct Ratio
+{
     std::string subject;
     std::string baseline;
 };

@@ -4,7 +4,8 @@
 #include "ui_mainwindow.h"
 
 // Lets tests look at the members of a main window.
-struct MainWindowProbe {
+struct MainWindowProbe
+{
     static Ui_MainWindow &ui(MainWindow &window) { return *window.ui; }
     static QGraphicsScene &scene(MainWindow &window) { return window.scene; }
     static QSettings &settings(MainWindow &window) { return window.settings; }

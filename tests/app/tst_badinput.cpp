@@ -53,7 +53,8 @@ QImage grey16(int width, int height)
 } // namespace
 
 // What a file makes: a photo on the canvas or "Failed to read image".
-class BadInputTest : public QObject {
+class BadInputTest : public QObject
+{
     Q_OBJECT
 
 private slots:

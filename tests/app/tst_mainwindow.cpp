@@ -7,7 +7,8 @@
 #include "tests/app/mainwindowprobe.h"
 #include "tests/support/testmain.h"
 
-class MainWindowTest : public QObject {
+class MainWindowTest : public QObject
+{
     Q_OBJECT
 
 private slots:

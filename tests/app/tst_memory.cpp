@@ -4,7 +4,8 @@
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 
-class MemoryTest : public QObject {
+class MemoryTest : public QObject
+{
     Q_OBJECT
 
 private slots:

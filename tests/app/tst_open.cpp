@@ -44,7 +44,8 @@ constexpr QPoint onTheFrame(5, 5);
 
 } // namespace
 
-class OpenTest : public QObject {
+class OpenTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -47,7 +47,8 @@ QByteArray quartersOf(const QImage &image)
 
 } // namespace
 
-class PhotoFileTest : public QObject {
+class PhotoFileTest : public QObject
+{
     Q_OBJECT
 
 private slots:

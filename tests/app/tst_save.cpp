@@ -29,13 +29,16 @@ void put(const QString &path, const QByteArray &content)
 
 ino_t inodeOf(const QString &path)
 {
-    struct stat status { };
+    struct stat status
+    {
+    };
     return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
 }
 
 } // namespace
 
-class SaveTest : public QObject {
+class SaveTest : public QObject
+{
     Q_OBJECT
 
 private slots:

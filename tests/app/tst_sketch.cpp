@@ -6,7 +6,8 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
-class SketchTest : public QObject {
+class SketchTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -94,7 +94,8 @@ QList<int> progressOf(int width, int height)
 
 } // namespace
 
-class EdgeBufferTest : public QObject {
+class EdgeBufferTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -23,7 +23,8 @@ std::vector<unsigned char> ramp(std::size_t size)
 
 } // namespace
 
-class LevelsTest : public QObject {
+class LevelsTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -10,7 +10,8 @@ namespace process {
 
 // Acts as a user without privileges while it lives. Without effect where the
 // tests are not run by root.
-class OrdinaryUser {
+class OrdinaryUser
+{
     Q_DISABLE_COPY_MOVE(OrdinaryUser)
 
 public:
@@ -22,7 +23,8 @@ private:
 };
 
 // Lowers a soft resource limit (RLIMIT_FSIZE, RLIMIT_AS) while it lives.
-class ResourceLimit {
+class ResourceLimit
+{
     Q_DISABLE_COPY_MOVE(ResourceLimit)
 
 public:
