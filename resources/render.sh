@@ -36,6 +36,5 @@ for name in ZoomInHS ZoomOutHS; do
     bmp32 "$picture" > "icons/$name.bmp"
 done
 
-# An icon of 24 bits knows one bit of transparency: hard edges, in the outline's colour.
-rsvg-convert artwork/cleaner.svg | convert - -channel A -threshold 50% "$work/cleaner.png"
+rsvg-convert artwork/cleaner.svg -o "$work/cleaner.png"
 icotool --create --bit-depth=24 --output=icons/cleaner.ico "$work/cleaner.png"
