@@ -239,8 +239,7 @@ void MainWindow::on_actionAbout_triggered()
 {
     // The title says 2.0 on purpose: the settings hang on the name that says 1.0.
     QMessageBox::about(this, tr("Crayvell 2.0"),
-                       tr("Crayvell, pencil sketches from photographs, by Dellumbra software\n%1")
-                           .arg(homepage()));
+                       tr("Pencil sketches by Dellumbra software\n%1").arg(homepage()));
 }
 
 void MainWindow::on_actionHome_triggered()

@@ -17,7 +17,7 @@ for name in DeleteHS Edit_UndoHS Filter2HS FormRunHS HomeHS LineColorHS \
     rsvg-convert "artwork/$name.svg" -o "icons/$name.png"
 done
 
-# bmp32 picture.png picture.bmp: a 16x16 BMP of 32 bits a pixel under the plainest
+# bmp32 picture.png: prints it as a 16x16 BMP of 32 bits a pixel with the plainest
 # header, which convert does not write. Some readers take the fourth byte for
 # opacity and some for nothing, so it is full and the picture lies on grey.
 bmp32() {
