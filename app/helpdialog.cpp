@@ -1,7 +1,10 @@
 #include "app/helpdialog.h"
 
 #include <QEvent>
+#include <QTextCursor>
+#include <QTextDocument>
 
+#include "app/homepage.h"
 #include "ui_helpdialog.h"
 
 HelpDialog::HelpDialog(QWidget *parent)
@@ -9,6 +12,7 @@ HelpDialog::HelpDialog(QWidget *parent)
     , ui(new Ui_HelpDialog)
 {
     ui->setupUi(this);
+    fillInHomepage();
 }
 
 HelpDialog::~HelpDialog()
@@ -24,6 +28,22 @@ void HelpDialog::on_buttonOK_clicked()
 void HelpDialog::changeEvent(QEvent *event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::LanguageChange)
+    if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
+        fillInHomepage();
+    }
+}
+
+// The translated text says %1 where the address belongs, and links there.
+void HelpDialog::fillInHomepage()
+{
+    const QTextDocument *document = ui->textBrowser->document();
+    const QString placeholder = QStringLiteral("%1");
+    for (QTextCursor found = document->find(placeholder); !found.isNull();
+         found = document->find(placeholder, found)) {
+        QTextCharFormat format = found.charFormat();
+        if (format.anchorHref() == placeholder)
+            format.setAnchorHref(homepage());
+        found.insertText(homepage(), format);
+    }
 }

@@ -20,5 +20,7 @@ private slots:
     void on_buttonOK_clicked();
 
 private:
+    void fillInHomepage();
+
     Ui_HelpDialog *ui;
 };

@@ -10,9 +10,9 @@
 #include <QMimeData>
 #include <QToolButton>
 #include <QUrl>
-#include <QUrlQuery>
 
 #include "app/helpdialog.h"
+#include "app/homepage.h"
 #include "app/photofile.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
@@ -230,14 +230,23 @@ void MainWindow::on_actionSave_triggered()
 
 void MainWindow::on_actionIndex_triggered()
 {
+    // Each trigger shows a further dialog; they all go with the window.
+    auto *help = new HelpDialog(this);
+    help->setVisible(true);
 }
 
 void MainWindow::on_actionAbout_triggered()
 {
+    // The title says 2.0 on purpose: the settings hang on the name that says 1.0.
+    QMessageBox::about(this, tr("Crayvell 2.0"),
+                       tr("Pencil sketches by Dellumbra software\n%1").arg(homepage()));
 }
 
 void MainWindow::on_actionHome_triggered()
 {
+    QUrl url(homepage());
+    url.setQuery(QStringLiteral("from=qzx"));
+    QDesktopServices::openUrl(url);
 }
 
 void MainWindow::ProcessWireMarker(QRegion)
