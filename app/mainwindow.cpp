@@ -34,6 +34,13 @@ void makeButtonsFocusable(QToolBar *toolBar)
         button->setFocusPolicy(Qt::TabFocus);
 }
 
+// Never released on purpose, neither by the next open nor with the window.
+unsigned char *newEdgeBuffer(QSize size)
+{
+    return new unsigned char[static_cast<std::size_t>(size.width())
+                             * static_cast<std::size_t>(size.height())];
+}
+
 } // namespace
 
 MainWindow::MainWindow(QWidget *parent)
@@ -100,9 +107,7 @@ void MainWindow::open(QString filename)
     lastLevel2 = -100;
     lastLevel1 = -100;
     sketchImage = sourceImage;
-    const auto pixels = static_cast<std::size_t>(sourceImage.width())
-        * static_cast<std::size_t>(sourceImage.height());
-    edgeBuffer = new unsigned char[pixels]; // the previous one stays allocated on purpose
+    edgeBuffer = newEdgeBuffer(sourceImage.size());
     ui->progressBar->setVisible(true);
     inverterodesketch(&sourceImage, edgeBuffer, ui->progressBar);
     ui->progressBar->setVisible(false);

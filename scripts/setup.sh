@@ -3,7 +3,7 @@
 
 # What building and showing the program takes.
 run_packages=(g++ cmake ninja-build qt6-base-dev qt6-image-formats-plugins qt6-wayland
-    fonts-dejavu-core x11-utils)
+    libhwy-dev fonts-dejavu-core x11-utils)
 # What the tests and benchmarks take beyond that.
 test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux)
 

@@ -1,106 +1,346 @@
+// The edge kernel, compiled once for every instruction set that the machine may
+// have and chosen when the program runs. All of it is exact: see the notes on
+// the luminance and on the division.
+
 #include "sketch/edgekernel.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
 #include <vector>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "sketch/edgekernel.cpp"
+#include <hwy/foreach_target.h> // must come before highway.h
+
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#ifndef CRAYVELL_EDGEKERNEL_ONCE
+#define CRAYVELL_EDGEKERNEL_ONCE
 
 namespace sketch {
 
-namespace {
-
 constexpr int radius = 2; // of the 5x5 neighbourhood
 constexpr int taps = 2 * radius + 1;
+constexpr int bandHeight = 32; // rows between two reports of progress
 
-// Rows between two reports of progress.
-constexpr int bandHeight = 32;
-
-void luminanceRow(const quint32 *photo, int width, uchar *luminance)
+// (red * 0.3 + green * 0.59) + blue * 0.11, every product and sum rounded.
+inline uchar exactLuminance(int red, int green, int blue)
 {
-    for (int x = 0; x < width; ++x) {
-        const quint32 pixel = photo[x];
-        const int red = (pixel >> 16) & 0xff;
-        const int green = (pixel >> 8) & 0xff;
-        const int blue = pixel & 0xff;
-        luminance[x] = static_cast<uchar>((red * 0.3 + green * 0.59) + blue * 0.11);
+    return static_cast<uchar>((red * 0.3 + green * 0.59) + blue * 0.11);
+}
+
+// Bit v % 8 of byte v / 8 tells whether the grey (v, v, v) has luminance v - 1.
+inline std::array<uchar, 32> lossyGreys()
+{
+    std::array<uchar, 32> bits {};
+    for (int v = 0; v < 256; ++v) {
+        if (exactLuminance(v, v, v) != v)
+            bits[v / 8] |= static_cast<uchar>(1 << (v % 8));
     }
+    return bits;
 }
 
-// The maximum of five neighbours in a row, for all columns but the border's.
-void rowMaximum(const uchar *luminance, int width, uchar *maximum)
-{
-    for (int x = radius; x < width - radius; ++x) {
-        const uchar left = std::max(luminance[x - 2], luminance[x - 1]);
-        const uchar right = std::max(luminance[x + 1], luminance[x + 2]);
-        maximum[x] = std::max({left, luminance[x], right});
-    }
-}
-
-// 255 minus the dodged level of a pixel of luminance l whose neighbourhood's
-// brightest is m >= l. With s = 255 - m eroded onto d = l the level is
-// d * 255 / (255 - s), rounded as a raster painter does on 0 to 65025.
-uchar dodgedEdge(int l, int m)
-{
-    // Single precision is exact here: 65025 * 255 has 24 bits, and no quotient
-    // of these ranges rounds up to a whole number.
-    const int x = static_cast<int>(static_cast<float>(65025 * l) / static_cast<float>(m));
-    return static_cast<uchar>(255 - ((x + (x >> 8) + 128) >> 8));
-}
-
-void edgeRow(const uchar *luminance, const uchar *const *maxima, int width, uchar *edges)
-{
-    for (int x = radius; x < width - radius; ++x) {
-        const uchar outer = std::max(maxima[0][x], maxima[4][x]);
-        const uchar inner = std::max(maxima[1][x], maxima[3][x]);
-        const uchar brightest = std::max({outer, inner, maxima[2][x]});
-        const uchar edge = dodgedEdge(luminance[x], std::max<int>(brightest, 1));
-        edges[x] = luminance[x] == brightest ? 0 : edge;
-    }
-    std::fill_n(edges, radius, uchar(0));
-    std::fill_n(edges + width - radius, radius, uchar(0));
-}
-
-// The luminance and the row maxima of the last five rows.
-class RowRing
+// The luminance of the last five rows and what one row needs besides, for
+// pictures of any width. Rows may be read and written a vector beyond their
+// ends on both sides.
+class Workspace
 {
 public:
-    explicit RowRing(int width)
-        : m_width(width)
-        , m_rows(2 * taps * static_cast<std::size_t>(width))
+    static constexpr std::size_t slack = 128;
+
+    explicit Workspace(std::size_t width)
+        : doubtful(width / 64 + slack / 8)
+        , m_pitch(width + 2 * slack)
+        , m_bytes((taps + 1) * m_pitch)
     {
     }
     uchar *luminance(int y) { return row(y % taps); }
-    uchar *maximum(int y) { return row(taps + y % taps); }
+    uchar *columnMaximum() { return row(taps); }
+
+    // One bit a pixel: where only the double sum can tell the luminance.
+    std::vector<quint64> doubtful;
+    const std::array<uchar, 32> lossy = lossyGreys();
 
 private:
-    uchar *row(int index) { return m_rows.data() + static_cast<std::size_t>(index) * m_width; }
+    uchar *row(int index)
+    {
+        return m_bytes.data() + static_cast<std::size_t>(index) * m_pitch + slack;
+    }
 
-    std::size_t m_width;
-    std::vector<uchar> m_rows;
+    std::size_t m_pitch;
+    std::vector<uchar> m_bytes;
 };
 
-} // namespace
-
-void edgeKernel(const PhotoView &photo, uchar *edges, const RowsDone &rowsDone)
+// Settles the doubtful pixels of a row one by one; they are about one in a
+// hundred of a colour photo.
+inline void settleDoubtful(const uchar *pixels, Workspace &space, std::size_t width,
+                           uchar *luminance)
 {
-    const std::size_t width = photo.width;
-    const auto edgeLine = [&](int y) { return edges + static_cast<std::size_t>(y) * width; };
-    if (photo.width < taps || photo.height < taps) {
-        std::fill_n(edges, width * photo.height, uchar(0));
-        rowsDone(photo.height);
-        return;
+    for (std::size_t word = 0; word * 64 < width; ++word) {
+        for (quint64 bits = space.doubtful[word]; bits != 0; bits &= bits - 1) {
+            const std::size_t x = word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
+            const uchar *pixel = pixels + 4 * x;
+            luminance[x] = exactLuminance(pixel[2], pixel[1], pixel[0]);
+        }
     }
-    RowRing ring(photo.width);
+}
+
+} // namespace sketch
+
+#endif // CRAYVELL_EDGEKERNEL_ONCE
+
+HWY_BEFORE_NAMESPACE();
+namespace sketch {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_SCALAR
+
+// Machines without any of the vector instruction sets below.
+
+void luminanceRow(const uchar *pixels, std::size_t width, Workspace &, uchar *luminance)
+{
+    for (std::size_t x = 0; x < width; ++x)
+        luminance[x] = exactLuminance(pixels[4 * x + 2], pixels[4 * x + 1], pixels[4 * x]);
+}
+
+void columnMaxima(Workspace &space, int centre, std::size_t width)
+{
+    std::fill_n(space.columnMaximum(), width, uchar(0));
+    for (int y = centre - radius; y <= centre + radius; ++y) {
+        const uchar *row = space.luminance(y);
+        std::transform(row, row + width, space.columnMaximum(), space.columnMaximum(),
+                       [](uchar a, uchar b) { return std::max(a, b); });
+    }
+}
+
+void edgeRow(Workspace &space, int centre, std::size_t width, uchar *edges)
+{
+    const uchar *luminance = space.luminance(centre);
+    const uchar *columnMaximum = space.columnMaximum();
+    std::fill_n(edges, width, uchar(0));
+    for (std::size_t x = radius; x < width - radius; ++x) {
+        const int brightest = *std::max_element(columnMaximum + x - 2, columnMaximum + x + 3);
+        const int quotient = 65025 * luminance[x] / std::max(brightest, 1);
+        if (luminance[x] < brightest)
+            edges[x] = static_cast<uchar>(255 - ((quotient + (quotient >> 8) + 128) >> 8));
+    }
+}
+
+#else
+
+using Bytes = hn::ScalableTag<uint8_t>;
+using Words = hn::Repartition<uint16_t, Bytes>;
+using Longs = hn::Repartition<uint32_t, Bytes>;
+using Floats = hn::Repartition<float, Bytes>;
+using VBytes = hn::Vec<Bytes>;
+using VWords = hn::Vec<Words>;
+using VLongs = hn::Vec<Longs>;
+
+// A byte vector is worked on as its even and odd bytes in 16-bit lanes, or as
+// the four bytes of 32-bit lanes: taking apart and putting together are shifts
+// and masks, which no instruction set has in an order of its own.
+HWY_INLINE VWords evenBytes(VBytes v)
+{
+    const Words d;
+    return hn::And(hn::BitCast(d, v), hn::Set(d, 0x00ff));
+}
+
+HWY_INLINE VWords oddBytes(VBytes v)
+{
+    return hn::ShiftRight<8>(hn::BitCast(Words(), v));
+}
+
+HWY_INLINE VBytes joinBytes(VWords even, VWords odd)
+{
+    return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
+}
+
+// Quotient by 100 of the weighted sum, and where the remainder is zero.
+struct Hundredths
+{
+    VWords quotient;
+    VWords isWhole; // all ones or zero
+};
+
+HWY_INLINE Hundredths hundredths(VWords red, VWords green, VWords blue)
+{
+    const Words d;
+    const VWords sum =
+        hn::Add(hn::Add(hn::Mul(red, hn::Set(d, 30)), hn::Mul(green, hn::Set(d, 59))),
+                hn::Mul(blue, hn::Set(d, 11)));
+    // 41944 / 2^22 is so little above 1/100 that sums up to 25500 divide right.
+    const VWords quotient = hn::ShiftRight<6>(hn::MulHigh(sum, hn::Set(d, 41944)));
+    const auto isWhole = hn::Eq(sum, hn::Mul(quotient, hn::Set(d, 100)));
+    return {quotient, hn::VecFromMask(d, isWhole)};
+}
+
+// All ones where the grey loses a level to the rounding of the double sum.
+HWY_INLINE hn::Mask<Bytes> losesALevel(VBytes grey, const uchar *lossy)
+{
+    alignas(16) static constexpr uint8_t powers[16] = {1, 2, 4, 8, 16, 32, 64, 128,
+                                                       1, 2, 4, 8, 16, 32, 64, 128};
+    const Bytes d;
+    const VBytes index =
+        hn::And(hn::BitCast(d, hn::ShiftRight<3>(hn::BitCast(Words(), grey))), hn::Set(d, 15));
+    const VBytes dark = hn::TableLookupBytes(hn::LoadDup128(d, lossy), index);
+    const VBytes light = hn::TableLookupBytes(hn::LoadDup128(d, lossy + 16), index);
+    const VBytes bits = hn::IfThenElse(hn::Lt(grey, hn::Set(d, 128)), dark, light);
+    const VBytes bit =
+        hn::TableLookupBytes(hn::LoadDup128(d, powers), hn::And(grey, hn::Set(d, 7)));
+    return hn::TestBit(bits, bit);
+}
+
+// The luminance of one vector of pixels. 30 r + 59 g + 11 b divided by 100 is
+// right wherever a remainder is left. Where there is none the double sum may
+// fall just short of the whole number: for greys a table tells, other pixels
+// are marked as doubtful.
+HWY_INLINE void luminanceVector(const uchar *pixels, const uchar *lossy, uchar *luminance,
+                                uchar *doubtful)
+{
+    const Bytes d;
+    VBytes blue, green, red, alpha;
+    hn::LoadInterleaved4(d, pixels, blue, green, red, alpha);
+    const Hundredths even = hundredths(evenBytes(red), evenBytes(green), evenBytes(blue));
+    const Hundredths odd = hundredths(oddBytes(red), oddBytes(green), oddBytes(blue));
+    VBytes level = joinBytes(even.quotient, odd.quotient);
+    const auto isWhole =
+        hn::MaskFromVec(hn::OddEven(hn::BitCast(d, odd.isWhole), hn::BitCast(d, even.isWhole)));
+    const auto isGrey = hn::And(hn::Eq(red, green), hn::Eq(green, blue));
+    if (!hn::AllFalse(d, isGrey)) {
+        const auto loses = hn::And(isGrey, losesALevel(level, lossy));
+        level = hn::Add(level, hn::VecFromMask(d, loses)); // adds 255, that is -1
+    }
+    hn::StoreU(level, d, luminance);
+    hn::StoreMaskBits(d, hn::AndNot(isGrey, isWhole), doubtful);
+}
+
+// pixels holds at least a vector of pixels, or a copy that does.
+HWY_INLINE void luminanceRow(const uchar *pixels, std::size_t width, Workspace &space,
+                             uchar *luminance)
+{
+    const std::size_t lanes = hn::Lanes(Bytes());
+    constexpr std::size_t ahead = 2048; // bytes; the next row's start at a row's end
+    auto *doubtful = reinterpret_cast<uchar *>(space.doubtful.data());
+    const auto vector = [&](std::size_t x) HWY_ATTR {
+        luminanceVector(pixels + 4 * x, space.lossy.data(), luminance + x, doubtful + x / 8);
+    };
+    std::size_t x = 0;
+    for (; x + lanes <= width; x += lanes) {
+        for (std::size_t line = 0; line < 4 * lanes; line += 64)
+            hwy::Prefetch(pixels + 4 * x + line + ahead);
+        vector(x);
+    }
+    settleDoubtful(pixels, space, x, luminance);
+    for (; x < width; ++x)
+        luminance[x] = exactLuminance(pixels[4 * x + 2], pixels[4 * x + 1], pixels[4 * x]);
+}
+
+// The maximum of five rows, for every column.
+HWY_INLINE void columnMaxima(Workspace &space, int centre, std::size_t width)
+{
+    const Bytes d;
+    const uchar *rows[taps];
+    for (int i = 0; i < taps; ++i)
+        rows[i] = space.luminance(centre - radius + i);
+    uchar *maximum = space.columnMaximum();
+    for (std::size_t x = 0; x < width; x += hn::Lanes(d)) {
+        const VBytes outer = hn::Max(hn::LoadU(d, rows[0] + x), hn::LoadU(d, rows[4] + x));
+        const VBytes inner = hn::Max(hn::LoadU(d, rows[1] + x), hn::LoadU(d, rows[3] + x));
+        hn::StoreU(hn::Max(hn::Max(outer, inner), hn::LoadU(d, rows[2] + x)), d, maximum + x);
+    }
+}
+
+HWY_INLINE VBytes neighbourhoodMaximum(const uchar *columnMaximum)
+{
+    const Bytes d;
+    const VBytes outer = hn::Max(hn::LoadU(d, columnMaximum - 2), hn::LoadU(d, columnMaximum + 2));
+    const VBytes inner = hn::Max(hn::LoadU(d, columnMaximum - 1), hn::LoadU(d, columnMaximum + 1));
+    return hn::Max(hn::Max(outer, inner), hn::LoadU(d, columnMaximum));
+}
+
+// 65025 level div brightest. Single precision is exact here: the dividend has
+// 24 bits, and no quotient of these ranges rounds up to a whole number.
+HWY_INLINE VLongs dodgeQuotient(VLongs level, VLongs brightest)
+{
+    const Floats f;
+    const hn::RebindToSigned<Longs> i;
+    const auto dividend = hn::Mul(hn::ConvertTo(f, hn::BitCast(i, level)), hn::Set(f, 65025.0F));
+    const auto divisor = hn::ConvertTo(f, hn::BitCast(i, brightest));
+    return hn::BitCast(Longs(), hn::ConvertTo(i, hn::Div(dividend, divisor)));
+}
+
+// x + (x >> 8) + 128, whose high byte is the dodged level of a quotient x.
+HWY_INLINE VWords roundedLevel(VLongs low, VLongs high)
+{
+    const Words d;
+    const VWords x = hn::BitCast(d, hn::Or(low, hn::ShiftLeft<16>(high)));
+    return hn::Add(hn::Add(x, hn::ShiftRight<8>(x)), hn::Set(d, 128));
+}
+
+// 255 minus the dodged level d * 255 / (255 - s), for a pixel of level d whose
+// eroded negative is s = 255 - brightest.
+HWY_INLINE VBytes dodgedEdges(VBytes level, VBytes brightest)
+{
+    const Bytes d;
+    const Longs d32;
+    const VLongs l = hn::BitCast(d32, level);
+    const VLongs m = hn::BitCast(d32, brightest);
+    const VLongs byte = hn::Set(d32, 0xff);
+    const VLongs x0 = dodgeQuotient(hn::And(l, byte), hn::And(m, byte));
+    const VLongs x1 =
+        dodgeQuotient(hn::And(hn::ShiftRight<8>(l), byte), hn::And(hn::ShiftRight<8>(m), byte));
+    const VLongs x2 =
+        dodgeQuotient(hn::And(hn::ShiftRight<16>(l), byte), hn::And(hn::ShiftRight<16>(m), byte));
+    const VLongs x3 = dodgeQuotient(hn::ShiftRight<24>(l), hn::ShiftRight<24>(m));
+    const VWords even = hn::ShiftRight<8>(roundedLevel(x0, x2));
+    const VWords odd = hn::AndNot(hn::Set(Words(), 0x00ff), roundedLevel(x1, x3));
+    const VBytes dodged = hn::BitCast(d, hn::Or(even, odd));
+    // In an all-black neighbourhood the division was void: white paper.
+    return hn::IfThenZeroElse(hn::Eq(brightest, hn::Zero(d)), hn::Not(dodged));
+}
+
+HWY_INLINE void edgeRow(Workspace &space, int centre, std::size_t width, uchar *edges)
+{
+    const Bytes d;
+    const std::size_t lanes = hn::Lanes(d);
+    const uchar *luminance = space.luminance(centre);
+    const uchar *columnMaximum = space.columnMaximum();
+    const std::size_t end = width - radius;
+    const auto vector = [&](std::size_t x) HWY_ATTR {
+        return dodgedEdges(hn::LoadU(d, luminance + x), neighbourhoodMaximum(columnMaximum + x));
+    };
+    std::size_t x = radius;
+    for (; x + lanes <= end; x += lanes)
+        hn::StoreU(vector(x), d, edges + x);
+    if (x < end) {
+        HWY_ALIGN uint8_t rest[HWY_MAX_BYTES];
+        hn::Store(vector(x), d, rest);
+        std::memcpy(edges + x, rest, end - x);
+    }
+    std::fill_n(edges, radius, uchar(0));
+    std::fill_n(edges + end, radius, uchar(0));
+}
+
+#endif // HWY_TARGET
+
+void edgeRows(const PhotoView &photo, uchar *edges, const RowsDone &rowsDone)
+{
+    const auto width = static_cast<std::size_t>(photo.width);
+    const auto edgeLine = [&](int y) { return edges + static_cast<std::size_t>(y) * width; };
+    Workspace space(width);
     std::fill_n(edges, radius * width, uchar(0));
     for (int y = 0; y < photo.height; ++y) {
-        const auto *line = reinterpret_cast<const quint32 *>(photo.pixels + y * photo.stride);
-        luminanceRow(line, photo.width, ring.luminance(y));
-        rowMaximum(ring.luminance(y), photo.width, ring.maximum(y));
+        luminanceRow(photo.pixels + y * photo.stride, width, space, space.luminance(y));
         const int centre = y - radius;
         if (centre < radius)
             continue;
-        const uchar *const maxima[taps] = {ring.maximum(y - 4), ring.maximum(y - 3),
-                                           ring.maximum(y - 2), ring.maximum(y - 1),
-                                           ring.maximum(y)};
-        edgeRow(ring.luminance(centre), maxima, photo.width, edgeLine(centre));
+        columnMaxima(space, centre, width);
+        edgeRow(space, centre, width, edgeLine(centre));
         if (centre % bandHeight == 0)
             rowsDone(centre + 1);
     }
@@ -108,4 +348,24 @@ void edgeKernel(const PhotoView &photo, uchar *edges, const RowsDone &rowsDone)
     rowsDone(photo.height);
 }
 
+} // namespace HWY_NAMESPACE
 } // namespace sketch
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace sketch {
+
+HWY_EXPORT(edgeRows);
+
+void edgeKernel(const PhotoView &photo, uchar *edges, const RowsDone &rowsDone)
+{
+    if (photo.width < taps || photo.height < taps) {
+        std::fill_n(edges, static_cast<std::size_t>(photo.width) * photo.height, uchar(0));
+        rowsDone(photo.height);
+        return;
+    }
+    HWY_DYNAMIC_DISPATCH(edgeRows)(photo, edges, rowsDone);
+}
+
+} // namespace sketch
+#endif
