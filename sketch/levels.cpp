@@ -1,21 +1,10 @@
 #include "sketch/levels.h"
 
-#include <array>
+#include "sketch/levelskernel.h"
 
 namespace {
 
 constexpr int white = 255;
-
-using LevelsTable = std::array<QRgb, 256>;
-
-// Indexed by the edge value, that is by 255 minus the grey level.
-LevelsTable levelsTable(int low, int high)
-{
-    LevelsTable table {};
-    for (int edge = 0; edge < 256; ++edge)
-        table[edge] = level(255 - edge, low, high, Qt::black, Qt::white);
-    return table;
-}
 
 int weight(int value, int low, int high)
 {
@@ -42,17 +31,9 @@ QRgb level(int value, int low, int high, QColor first, QColor second)
 
 void updatePenLevels(QImage &image, const unsigned char *edges, int low, int high)
 {
-    const int width = image.width();
-    const int height = image.height();
-    if (width <= 0)
+    if (image.isNull())
         return;
-    const LevelsTable table = levelsTable(low, high);
-    uchar *const bits = image.bits();
-    const qsizetype stride = image.bytesPerLine();
-    for (int y = 0; y < height; ++y) {
-        auto *line = reinterpret_cast<QRgb *>(bits + y * stride);
-        const unsigned char *edgeLine = edges + static_cast<std::size_t>(y) * width;
-        for (int x = 0; x < width; ++x)
-            line[x] = table[edgeLine[x]];
-    }
+    uchar *const pixels = image.bits(); // detaches
+    const sketch::PaperView paper {pixels, image.bytesPerLine(), image.width(), image.height()};
+    sketch::levelsKernel(edges, low, high, paper);
 }

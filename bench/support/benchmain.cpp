@@ -29,7 +29,8 @@ std::string processor()
     return "unknown";
 }
 
-// Remembers the best time of each benchmark while the console shows all.
+// Remembers the best time of each benchmark while the console shows all: the
+// processor time of the one thread, which other programs disturb the least.
 class TimeKeeper : public benchmark::ConsoleReporter
 {
 public:
@@ -42,7 +43,7 @@ public:
             m_failed |= run.error_occurred;
             if (run.run_type != Run::RT_Iteration || run.error_occurred)
                 continue;
-            const double time = run.GetAdjustedRealTime();
+            const double time = run.GetAdjustedCPUTime();
             const auto known = m_times.try_emplace(run.run_name.function_name, time).first;
             known->second = std::min(known->second, time);
         }

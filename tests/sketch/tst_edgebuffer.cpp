@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "sketch/edgebuffer_reference.h"
+#include "tests/sketch/variantmain.h"
 #include "tests/support/pictures.h"
-#include "tests/support/testmain.h"
 
 namespace {
 
@@ -354,5 +354,5 @@ void EdgeBufferTest::whiteIs255()
     QVERIFY(!is_white_mw(0));
 }
 
-CRAYVELL_TEST_MAIN(EdgeBufferTest)
+CRAYVELL_VARIANT_TEST_MAIN(EdgeBufferTest)
 #include "tst_edgebuffer.moc"

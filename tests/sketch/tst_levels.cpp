@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "sketch/levels_reference.h"
+#include "tests/sketch/variantmain.h"
 #include "tests/support/pictures.h"
-#include "tests/support/testmain.h"
 
 namespace {
 
@@ -183,5 +183,5 @@ void LevelsTest::emptyImageTouchesNothing()
     QVERIFY(image.isNull());
 }
 
-CRAYVELL_TEST_MAIN(LevelsTest)
+CRAYVELL_VARIANT_TEST_MAIN(LevelsTest)
 #include "tst_levels.moc"

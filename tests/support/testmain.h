@@ -4,10 +4,11 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-// Runs the tests of one class offscreen (or on the platform that
-// QT_QPA_PLATFORM names), with the program's own names but with a settings
-// store that lives in a temporary folder, never the user's.
-template <typename Tests> int runTests(int argc, char **argv)
+// Calls function offscreen (or on the platform that QT_QPA_PLATFORM names), with
+// the program's own names but with a settings store that lives in a temporary
+// folder, never the user's.
+template <typename Function>
+int runInTestApplication(int argc, char **argv, const Function &function)
 {
     const QTemporaryDir home;
     for (const char *variable : {"HOME", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"})
@@ -17,12 +18,15 @@ template <typename Tests> int runTests(int argc, char **argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Crayvell 1.0"));
     QApplication::setOrganizationName(QStringLiteral("Dellumbra software"));
-    Tests tests;
-    return QTest::qExec(&tests, argc, argv);
+    return function();
 }
 
+// A program that runs the tests of one class.
 #define CRAYVELL_TEST_MAIN(Tests) \
     int main(int argc, char **argv) \
     { \
-        return runTests<Tests>(argc, argv); \
+        return runInTestApplication(argc, argv, [&] { \
+            Tests tests; \
+            return QTest::qExec(&tests, argc, argv); \
+        }); \
     }
