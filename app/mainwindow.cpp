@@ -13,6 +13,7 @@
 
 #include "app/helpdialog.h"
 #include "app/homepage.h"
+#include "app/largepages.h"
 #include "app/photofile.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
@@ -37,8 +38,18 @@ void makeButtonsFocusable(QToolBar *toolBar)
 // Never released on purpose, neither by the next open nor with the window.
 unsigned char *newEdgeBuffer(QSize size)
 {
-    return new unsigned char[static_cast<std::size_t>(size.width())
-                             * static_cast<std::size_t>(size.height())];
+    const std::size_t pixels =
+        static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());
+    auto *buffer = new unsigned char[pixels];
+    preferLargePages(buffer, pixels);
+    return buffer;
+}
+
+QPixmap whitePaper(QSize size)
+{
+    QImage paper = largeImage(size, QImage::Format_RGB32);
+    paper.fill(Qt::white);
+    return QPixmap::fromImage(std::move(paper));
 }
 
 } // namespace
@@ -95,32 +106,31 @@ void MainWindow::open(QString filename)
 {
     // A photo that cannot be read still moves the remembered directory.
     settings.setValue(QStringLiteral("CurrDir"), canonicalDirectory(filename));
-    const QImage photo = readPhoto(filename);
-    if (photo.isNull()) {
+    const Photo photo = readPhoto(filename);
+    if (photo.image.isNull()) {
         ui->statusBar->showMessage(tr("Failed to read image"), 0);
         return;
     }
-    sourceImage = photo;
+    sourceImage = photo.image;
     setWindowTitle(QStringLiteral("Crayvell - ") + QFileInfo(filename).fileName());
-    showPhoto();
+    showPhoto(photo.isOpaque ? opaquePixmap(sourceImage) : QPixmap::fromImage(sourceImage));
 
     lastLevel2 = -100;
     lastLevel1 = -100;
     sketchImage = sourceImage;
+    sketchPictures.release();
     edgeBuffer = newEdgeBuffer(sourceImage.size());
     ui->progressBar->setVisible(true);
     inverterodesketch(&sourceImage, edgeBuffer, ui->progressBar);
     ui->progressBar->setVisible(false);
 }
 
-// Puts sourceImage on its white margin into the scene and fits it into the view.
-void MainWindow::showPhoto()
+// Puts the photo on its white margin into the scene and fits it into the view.
+void MainWindow::showPhoto(const QPixmap &photo)
 {
-    const QPixmap photo = QPixmap::fromImage(sourceImage);
     clearScene();
 
-    QPixmap paper(sourceImage.width() + 2 * margin, sourceImage.height() + 2 * margin);
-    paper.fill(Qt::white);
+    const QPixmap paper = whitePaper(photo.size() + QSize(2 * margin, 2 * margin));
     backgroundItem = scene.addPixmap(paper);
     backgroundItem->setTransformationMode(Qt::SmoothTransformation);
     backgroundItem->setZValue(backgroundZ);
@@ -183,7 +193,8 @@ void MainWindow::inverterodesketch(QImage *src, unsigned char *edgebuff, QProgre
 
 void MainWindow::on_actionProcess_triggered()
 {
-    sketchImage = sourceImage;
+    // As good as a copy of the photo: every pixel is overwritten.
+    sketchImage = sketchPictures.next(sourceImage);
     updatePenLevels(sketchImage, ui->horizontalSlider->value(), ui->horizontalSlider_2->value());
     displaysketch();
 }
@@ -205,7 +216,7 @@ void MainWindow::updatePenLevels(QImage &image, int low, int high)
 
 void MainWindow::displaysketch()
 {
-    const QPixmap picture = QPixmap::fromImage(sketchImage);
+    const QPixmap picture = opaquePixmap(sketchImage);
     if (sketchItem) {
         scene.removeItem(sketchItem);
         delete sketchItem;

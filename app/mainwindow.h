@@ -9,6 +9,8 @@
 #include <QString>
 #include <QUndoStack>
 
+#include "app/sketchpictures.h"
+
 class QGraphicsPixmapItem;
 class QProgressBar;
 class Ui_MainWindow;
@@ -49,7 +51,7 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
-    void showPhoto();
+    void showPhoto(const QPixmap &photo);
     void clearScene();
     void takeOut(QGraphicsPixmapItem *&item);
     void addPicture(const QPixmap &picture);
@@ -78,6 +80,7 @@ private:
     // One byte a pixel of sourceImage, row-major: 0 is white paper, 255 the
     // darkest stroke. Each open allocates its own and none is ever released.
     unsigned char *edgeBuffer = nullptr;
+    SketchPictures sketchPictures;
 
     friend struct MainWindowProbe; // lets the tests look at the members
 };

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "app/largepages.h"
 #include "app/memorybudget.h"
 
 namespace {
@@ -36,7 +37,7 @@ private:
 
 } // namespace
 
-QImage readPhoto(const QString &fileName)
+Photo readPhoto(const QString &fileName)
 {
     // A pipe or a device could keep the window waiting for ever.
     if (!QFileInfo(fileName).isFile())
@@ -49,12 +50,17 @@ QImage readPhoto(const QString &fileName)
     if (photoMemoryNeed(size.width(), size.height()) > available)
         return {};
     const AllocationLimit limit(available / 3);
-    QImage photo = reader.read();
-    if (photoMemoryNeed(photo.width(), photo.height()) > available)
+    // Where the size is known the decoder writes into memory that was asked for
+    // in large pages; otherwise it takes its own.
+    QImage image = size.isValid() ? largeImage(size, reader.imageFormat()) : QImage();
+    if (!reader.read(&image))
         return {};
-    photo.setDevicePixelRatio(1); // a name that ends in "@2x" is no icon here
-    photo.convertTo(QImage::Format_ARGB32);
-    return photo;
+    if (photoMemoryNeed(image.width(), image.height()) > available)
+        return {};
+    const bool isOpaque = !image.hasAlphaChannel();
+    image.setDevicePixelRatio(1); // a name that ends in "@2x" is no icon here
+    image.convertTo(QImage::Format_ARGB32);
+    return {image, isOpaque};
 }
 
 bool writeSketch(const QImage &sketch, const QString &fileName)

@@ -20,7 +20,8 @@ namespace {
 const QString address = QStringLiteral("https://www.dellumbra.example/");
 
 // Stands in for the web browser while it lives.
-class Browser : public QObject {
+class Browser : public QObject
+{
     Q_OBJECT
 
 public:
@@ -34,7 +35,8 @@ public slots:
 };
 
 // A language that has its own words for the dialog's three texts.
-class Language : public QTranslator {
+class Language : public QTranslator
+{
 public:
     QString translate(const char *context, const char *source, const char *, int) const override
     {
@@ -66,7 +68,8 @@ QTextCharFormat formatOf(const QTextBrowser &text, const QString &passage)
 
 } // namespace
 
-class HelpDialogTest : public QObject {
+class HelpDialogTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -1,0 +1,70 @@
+#include "app/sketchpictures.h"
+
+#include <QColorSpace>
+
+#include <algorithm>
+
+#include "app/largepages.h"
+
+namespace {
+
+void deleteImage(void *image)
+{
+    delete static_cast<QImage *>(image);
+}
+
+void copyMetadata(const QImage &from, QImage &to)
+{
+    to.setDotsPerMeterX(from.dotsPerMeterX());
+    to.setDotsPerMeterY(from.dotsPerMeterY());
+    to.setColorSpace(from.colorSpace());
+    for (const QString &key : from.textKeys())
+        to.setText(key, from.text(key));
+}
+
+} // namespace
+
+QImage SketchPictures::next(const QImage &photo)
+{
+    if (photo.isNull())
+        return {};
+    const auto isUsable = [&](const QImage &memory) {
+        return memory.isDetached() && memory.size() == photo.size();
+    };
+    auto memory = std::find_if(m_memory.begin(), m_memory.end(), isUsable);
+    if (memory == m_memory.end()) {
+        const auto isFree = [](const QImage &image) {
+            return image.isNull() || image.isDetached();
+        };
+        memory = std::find_if(m_memory.begin(), m_memory.end(), isFree);
+        if (memory == m_memory.end())
+            memory = m_memory.begin(); // somebody keeps both; this one is theirs now
+        *memory = largeImage(photo.size(), QImage::Format_ARGB32);
+    }
+    if (memory->isNull())
+        return {};
+    // The picture has a count of references of its own, so that writing to it
+    // does not copy; it keeps the memory in use through the image it owns.
+    uchar *const bits = memory->bits();
+    QImage picture(bits, memory->width(), memory->height(), memory->bytesPerLine(),
+                   QImage::Format_ARGB32, deleteImage, new QImage(*memory));
+    copyMetadata(photo, picture);
+    return picture;
+}
+
+void SketchPictures::release()
+{
+    m_memory.fill(QImage());
+}
+
+QPixmap opaquePixmap(const QImage &picture)
+{
+    if (picture.isNull())
+        return {};
+    // Format_RGB32 spares the toolkit the search for transparent pixels and the
+    // conversion of what it would find opaque.
+    const QImage opaque(picture.constBits(), picture.width(), picture.height(),
+                        picture.bytesPerLine(), QImage::Format_RGB32, deleteImage,
+                        new QImage(picture));
+    return QPixmap::fromImage(opaque);
+}
