@@ -45,12 +45,12 @@ install_packages() {
     exit 1
 }
 
-# build PRESET TARGET: configures once, then builds what has changed.
+# configure PRESET: looks again for what has been installed since.
+configure() {
+    (cd "$root" && cmake --preset "$1" >&2)
+}
+
+# build PRESET TARGET: builds what has changed.
 build() {
-    local preset=$1 target=$2
-    (
-        cd "$root"
-        [[ -f build/$preset/build.ninja ]] || cmake --preset "$preset" >&2
-        cmake --build --preset "$preset" --target "$target" -- --quiet >&2
-    )
+    (cd "$root" && cmake --build --preset "$1" --target "$2" -- --quiet >&2)
 }
