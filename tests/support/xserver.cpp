@@ -1,0 +1,205 @@
+#include "tests/support/xserver.h"
+
+#include <QStandardPaths>
+#include <QTest>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace {
+
+constexpr int patience = 30000; // milliseconds, for a loaded machine
+// Seconds between two moves of a drag: above the toolkit's merging of moves,
+// below anything that a test would feel.
+const QString handPace = QStringLiteral("0.02");
+
+void endWithTheTest(QProcess &process)
+{
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
+}
+
+void stop(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(patience))
+        process.kill();
+    process.waitForFinished();
+}
+
+QStringList moveArguments(QPoint position)
+{
+    return {QStringLiteral("mousemove"), QString::number(position.x()),
+            QString::number(position.y())};
+}
+
+} // namespace
+
+XServer::XServer(QSize screenSize)
+    : screen(screenSize)
+{
+    endWithTheTest(server);
+    endWithTheTest(windowManager);
+}
+
+XServer::~XServer()
+{
+    stop(windowManager);
+    stop(server);
+}
+
+QString XServer::missingProgram()
+{
+    for (const char *program : {"Xvfb", "openbox", "xdotool", "import"}) {
+        const QString name = QString::fromLatin1(program);
+        if (QStandardPaths::findExecutable(name).isEmpty())
+            return name;
+    }
+    return {};
+}
+
+bool XServer::start()
+{
+    return startServer() && startWindowManager();
+}
+
+bool XServer::startServer()
+{
+    const QString mode = QStringLiteral("%1x%2x24").arg(screen.width()).arg(screen.height());
+    // The server picks a free display itself and writes its number once it
+    // listens; without -noreset it would start afresh after each xdotool.
+    server.start(QStringLiteral("Xvfb"),
+                 {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                  QStringLiteral("0"), mode, QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                  QStringLiteral("-noreset")});
+    while (!server.canReadLine()) {
+        if (!server.waitForReadyRead(patience))
+            return fail(QStringLiteral("Xvfb: ")
+                        + QString::fromLocal8Bit(server.readAllStandardError()));
+    }
+    displayName = QLatin1Char(':') + QString::fromLatin1(server.readLine().trimmed());
+    return true;
+}
+
+bool XServer::startWindowManager()
+{
+    QProcessEnvironment own = environment();
+    own.remove(QStringLiteral("XDG_CONFIG_DIRS")); // its configuration is the system's
+    windowManager.setProcessEnvironment(own);
+    windowManager.setProcessChannelMode(QProcess::MergedChannels);
+    windowManager.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    const bool managed = QTest::qWaitFor(
+        [this] { return xdotool({QStringLiteral("get_num_desktops")}).has_value(); }, patience);
+    return managed
+        || fail(QStringLiteral("openbox: ")
+                + QString::fromLocal8Bit(windowManager.readAllStandardOutput()));
+}
+
+QProcessEnvironment XServer::environment() const
+{
+    QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+    for (const char *desktop :
+         {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP", "QT_QPA_PLATFORMTHEME", "QT_STYLE_OVERRIDE"})
+        result.remove(QString::fromLatin1(desktop));
+    result.insert(QStringLiteral("DISPLAY"), displayName);
+    result.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    result.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    return result;
+}
+
+QString XServer::waitForWindow(const QString &title, int milliseconds)
+{
+    QString window;
+    const bool appeared = QTest::qWaitFor(
+        [&] {
+            const auto found = xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                        QStringLiteral("--name"), title});
+            window = QString::fromLatin1(found.value_or(QByteArray()).split('\n').first());
+            return !window.isEmpty();
+        },
+        milliseconds);
+    return appeared ? window : QString();
+}
+
+bool XServer::activate(const QString &window)
+{
+    return xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window})
+        .has_value();
+}
+
+QRect XServer::geometry(const QString &window)
+{
+    const auto output =
+        xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), window});
+    QHash<QByteArray, int> values;
+    for (const QByteArray &line : output.value_or(QByteArray()).split('\n')) {
+        const QList<QByteArray> parts = line.split('=');
+        if (parts.size() == 2)
+            values.insert(parts[0], parts[1].toInt());
+    }
+    return {values.value("X"), values.value("Y"), values.value("WIDTH"), values.value("HEIGHT")};
+}
+
+bool XServer::key(const QStringList &keys)
+{
+    return xdotool(QStringList(QStringLiteral("key")) + keys).has_value();
+}
+
+bool XServer::type(const QString &text)
+{
+    return xdotool({QStringLiteral("type"), QStringLiteral("--"), text}).has_value();
+}
+
+bool XServer::moveTo(QPoint position)
+{
+    return xdotool(moveArguments(position)).has_value();
+}
+
+bool XServer::click(QPoint position, int button)
+{
+    return drag({position}, button);
+}
+
+bool XServer::drag(const QList<QPoint> &points, int button)
+{
+    const QString number = QString::number(button);
+    QStringList commands = moveArguments(points.first());
+    commands << QStringLiteral("mousedown") << number;
+    for (const QPoint point : points.mid(1))
+        commands << moveArguments(point) << QStringLiteral("sleep") << handPace;
+    commands << QStringLiteral("mouseup") << number;
+    return xdotool(commands).has_value();
+}
+
+QImage XServer::screenshot()
+{
+    const auto png =
+        run(QStringLiteral("import"),
+            {QStringLiteral("-window"), QStringLiteral("root"), QStringLiteral("png:-")});
+    return png ? QImage::fromData(*png, "PNG") : QImage();
+}
+
+std::optional<QByteArray> XServer::xdotool(const QStringList &arguments)
+{
+    return run(QStringLiteral("xdotool"), arguments);
+}
+
+std::optional<QByteArray> XServer::run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start(program, arguments);
+    if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit
+        && process.exitCode() == 0)
+        return process.readAllStandardOutput();
+    error = program + QLatin1Char(' ') + arguments.join(QLatin1Char(' ')) + QStringLiteral(": ")
+        + QString::fromLocal8Bit(process.readAllStandardError());
+    return std::nullopt;
+}
+
+bool XServer::fail(const QString &reason)
+{
+    error = reason;
+    return false;
+}
