@@ -1,6 +1,5 @@
 #include "canvas/tarngraphicsview.h"
 
-#include <QGraphicsEllipseItem>
 #include <QMouseEvent>
 #include <QResizeEvent>
 #include <QSettings>
@@ -133,10 +132,7 @@ void TarnGraphicsView::mouseMoveEvent(QMouseEvent *event)
 
 void TarnGraphicsView::leaveEvent(QEvent *)
 {
-    if (!cursorItem)
-        return;
-    scene()->removeItem(cursorItem);
-    cursorItem = nullptr;
+    dropOutline();
 }
 
 void TarnGraphicsView::resizeEvent(QResizeEvent *event)
