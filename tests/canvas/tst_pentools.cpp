@@ -291,8 +291,10 @@ void PenToolsTest::eraserReach_data()
     QTest::newRow("size 255, 128 away") << 255 << 1.0 << 128.0 << false;
     QTest::newRow("size 1, 0.25 away") << 1 << 1.0 << 0.25 << false;
     QTest::newRow("size 0, 0.25 away") << 0 << 1.0 << 0.25 << false;
-    QTest::newRow("size 1, under the pointer") << 1 << 1.0 << -4.0 << true;
-    QTest::newRow("size 0, under the pointer") << 0 << 1.0 << -4.0 << true;
+    // Half of either is 0, and a rectangle of no size meets no item.
+    QTest::newRow("size 1, under the pointer") << 1 << 1.0 << -4.0 << false;
+    QTest::newRow("size 0, under the pointer") << 0 << 1.0 << -4.0 << false;
+    QTest::newRow("size 2, under the pointer") << 2 << 1.0 << -4.0 << true;
 }
 
 void PenToolsTest::eraserReach()
