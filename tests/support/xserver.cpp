@@ -174,10 +174,10 @@ bool XServer::drag(const QList<QPoint> &points, int button)
 
 QImage XServer::screenshot()
 {
-    const auto png =
+    const auto picture =
         run(QStringLiteral("import"),
-            {QStringLiteral("-window"), QStringLiteral("root"), QStringLiteral("png:-")});
-    return png ? QImage::fromData(*png, "PNG") : QImage();
+            {QStringLiteral("-window"), QStringLiteral("root"), QStringLiteral("ppm:-")});
+    return picture ? QImage::fromData(*picture, "PPM") : QImage();
 }
 
 std::optional<QByteArray> XServer::xdotool(const QStringList &arguments)
