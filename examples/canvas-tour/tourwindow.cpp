@@ -1,5 +1,6 @@
 #include "examples/canvas-tour/tourwindow.h"
 
+#include <QAction>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QDoubleSpinBox>
@@ -11,9 +12,10 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTextStream>
+#include <QToolButton>
 #include <QVBoxLayout>
 
-#include <cstdio>
 #include <utility>
 
 #include "canvas/tarngraphicsview.h"
@@ -84,7 +86,7 @@ TourWindow::TourWindow(QWidget *parent)
     left->addStretch();
     auto *row = new QHBoxLayout;
     row->addLayout(left);
-    row->addWidget(makeCanvas(), 1);
+    row->addLayout(makeCanvas(), 1);
     row->addWidget(makeSignalList());
     setCentralWidget(new QWidget);
     centralWidget()->setLayout(row);
@@ -98,7 +100,6 @@ TourWindow::TourWindow(QWidget *parent)
 
 void TourWindow::showPicture(const QPixmap &picture)
 {
-    canvas->forgetItems();
     scene.clear();
     wires = QRegion();
     scene.setSceneRect(picture.rect()); // from (0, 0): the markers expect that
@@ -168,37 +169,38 @@ QWidget *TourWindow::makeSizeControls()
     return box;
 }
 
-QWidget *TourWindow::makeCanvas()
+QLayout *TourWindow::makeCanvas()
 {
+    hint->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    // As after its first resize, so that the picture does not shrink then.
+    canvas->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    canvas->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     auto *top = new QHBoxLayout;
     top->addWidget(hint, 1);
-    const auto addButton = [&](const char *name, const QKeySequence &keys, auto action) {
-        auto *button = new QPushButton(QString::fromLatin1(name));
-        button->setShortcut(keys);
-        button->setToolTip(keys.toString(QKeySequence::NativeText));
-        connect(button, &QPushButton::clicked, this, action);
+    const auto addButton = [&](const char *name, const QKeySequence &keys, auto act) {
+        auto *action = new QAction(QString::fromLatin1(name), this);
+        action->setShortcut(keys);
+        connect(action, &QAction::triggered, this, act);
+        auto *button = new QToolButton;
+        button->setDefaultAction(action);
         top->addWidget(button);
     };
     addButton("Zoom in", QKeySequence::ZoomIn, [this] { canvas->scale(1.25, 1.25); });
     addButton("Zoom out", QKeySequence::ZoomOut, [this] { canvas->scale(0.8, 0.8); });
     addButton("Fit", Qt::CTRL | Qt::Key_0,
               [this] { canvas->fitInView(scene.sceneRect(), Qt::KeepAspectRatio); });
-    auto *panel = new QWidget;
-    auto *layout = new QVBoxLayout(panel);
+    auto *layout = new QVBoxLayout;
     layout->addLayout(top);
     layout->addWidget(canvas, 1);
-    return panel;
+    return layout;
 }
 
 QWidget *TourWindow::makeSignalList()
 {
     auto *box = new QGroupBox(QStringLiteral("Signals of the canvas"));
-    auto *clear = new QPushButton(QStringLiteral("&Clear"));
     auto *layout = new QVBoxLayout(box);
     layout->addWidget(signalList);
-    layout->addWidget(clear);
     box->setFixedWidth(300);
-    connect(clear, &QPushButton::clicked, signalList, &QListWidget::clear);
     return box;
 }
 
@@ -234,8 +236,7 @@ void TourWindow::note(const char *signal, const QString &arguments)
     const QString line = QString::fromLatin1(signal) + QLatin1Char(' ') + arguments;
     signalList->addItem(line);
     signalList->scrollToBottom();
-    std::puts(qPrintable(line));
-    std::fflush(stdout);
+    QTextStream(stdout) << line << Qt::endl;
 }
 
 // The ends are in scene units, the scroll bars in pixels of the viewport.

@@ -24,7 +24,7 @@ public:
 private:
     QWidget *makeToolButtons();
     QWidget *makeSizeControls();
-    QWidget *makeCanvas();
+    QLayout *makeCanvas();
     QWidget *makeSignalList();
     void listSignals();
     void note(const char *signal, const QString &arguments);

@@ -107,9 +107,9 @@ private slots:
 
 private:
     static void scales();
-    void startTour(int displayScale);
+    bool startTour(int displayScale);
     // Through its button; the mode is what the button writes.
-    void selectTool(const char *mnemonic, int mode);
+    bool selectTool(const char *mnemonic, int mode);
     // A point of the photo, in hundredths of its size.
     QPoint at(int x, int y) const;
     // What the tour has written since the tool was chosen, or of that what one
@@ -175,7 +175,7 @@ void CanvasTourTest::tellsWhatIsWrong()
     QVERIFY2(said.contains(message), said.constData());
 }
 
-void CanvasTourTest::startTour(int displayScale)
+bool CanvasTourTest::startTour(int displayScale)
 {
     scale = displayScale;
     QProcessEnvironment environment = server.environment();
@@ -184,15 +184,13 @@ void CanvasTourTest::startTour(int displayScale)
     tour.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     tour.start(QStringLiteral(CANVAS_TOUR), {folder.filePath(QStringLiteral("photo.png"))});
     window = server.waitForWindow(QStringLiteral("^Canvas tour$"));
-    QVERIFY2(!window.isEmpty(), qPrintable(server.errorString()));
-    QVERIFY2(server.activate(window), qPrintable(server.errorString()));
     // Drawn, and at rest in its place on the screen.
     QRect before;
-    QVERIFY(eventually([&] {
+    return !window.isEmpty() && server.activate(window) && eventually([&] {
         before = area;
         area = findPhoto(screen);
         return area.height() > 200 * scale && area == before;
-    }));
+    });
 }
 
 // Closes the window, as its user would, and wants a clean end.
@@ -206,12 +204,14 @@ void CanvasTourTest::cleanup()
     QCOMPARE(tour.exitCode(), 0);
 }
 
-void CanvasTourTest::selectTool(const char *mnemonic, int mode)
+bool CanvasTourTest::selectTool(const char *mnemonic, int mode)
 {
     lines.clear();
-    QVERIFY(server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)}));
-    QTRY_COMPARE(output().value(lines.size() - 1), QStringLiteral("toolMode %1").arg(mode));
+    const QString chosen = QStringLiteral("toolMode %1").arg(mode);
+    const bool done = server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)})
+        && QTest::qWaitFor([&] { return output().contains(chosen); }, 30000);
     lines.clear();
+    return done;
 }
 
 QPoint CanvasTourTest::at(int x, int y) const
@@ -247,8 +247,8 @@ void CanvasTourTest::finish(const char *name)
 void CanvasTourTest::pen()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
-    selectTool("p", 1);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("p", 1));
     QVERIFY(server.drag({at(20, 20), at(80, 20), at(50, 60), at(20, 80)}));
     QTRY_COMPARE(output("ProgressStage").value(lines.size() - 1),
                  QStringLiteral("ProgressStage Released"));
@@ -266,15 +266,15 @@ void CanvasTourTest::pen()
 void CanvasTourTest::eraser()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
-    selectTool("k", 3);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("k", 3));
     QVERIFY(server.drag({at(20, 20), at(30, 40), at(60, 60)}));
     const QRect first(at(28, 38), at(40, 52));
     const QRect second(at(58, 58), at(70, 72));
     QVERIFY(eventually(
         [&] { return count(screen, first, green) > 50 && count(screen, second, green) > 50; }));
     const int whole = count(screen, second, green);
-    selectTool("e", 2);
+    QVERIFY(selectTool("e", 2));
     QVERIFY(server.click(at(30, 40) + QPoint(4, 4) * scale));
     QVERIFY(eventually([&] { return count(screen, first, green) == 0; }));
     QCOMPARE(count(screen, second, green), whole);
@@ -302,8 +302,8 @@ void CanvasTourTest::markers()
     QFETCH(int, mode);
     QFETCH(QRgb, colour);
     QFETCH(int, displayScale);
-    startTour(displayScale);
-    selectTool(mnemonic, mode);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool(mnemonic, mode));
     QVERIFY(server.drag({at(20, 20), at(30, 30), at(50, 50), at(70, 60)}));
     // Three stamps of 10 by 10 scene units, on a photo of 480.
     const double unit = area.width() / 480.0;
@@ -317,9 +317,9 @@ void CanvasTourTest::markers()
 void CanvasTourTest::blueMarker()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
     const QImage before = screen;
-    selectTool("b", 8);
+    QVERIFY(selectTool("b", 8));
     QList<QPoint> strokes;
     for (int i = 0; i < 40; ++i)
         strokes.append(at(30, 30) + QPoint(i, i / 4) * scale);
@@ -353,22 +353,23 @@ void CanvasTourTest::brushes()
     QFETCH(int, mode);
     QFETCH(QString, name);
     QFETCH(int, displayScale);
-    startTour(displayScale);
-    selectTool(mnemonic, mode);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool(mnemonic, mode));
     QVERIFY(server.drag({at(30, 30), at(40, 40), at(50, 50)}));
-    QTRY_COMPARE(output("AnyBrush").size(), 3);
-    // One press, two moves, on a photo of 480 by 360.
-    const QRegularExpression report(
-        QStringLiteral("^AnyBrush \\((\\d+), (\\d+)\\) (\\d+) x (\\d+) %1( now)?$").arg(name));
-    for (int i = 0; i < 3; ++i) {
-        const auto match = report.match(lines[i]);
-        QVERIFY2(match.hasMatch(), qPrintable(lines[i]));
+    // On a photo of 480 by 360; the last report is of the last position.
+    const auto reported = [&](const QString &line, QPointF pointer) {
+        static const QRegularExpression report(
+            QStringLiteral("^AnyBrush \\((\\d+), (\\d+)\\) (\\d+) x (\\d+) (\\w+)"));
+        const auto match = report.match(line);
         const QRectF rect(match.captured(1).toInt(), match.captured(2).toInt(),
                           match.captured(3).toInt(), match.captured(4).toInt());
-        const QPointF pointer(480 * (30 + 10 * i) / 100.0, 360 * (30 + 10 * i) / 100.0);
-        QVERIFY2((rect.center() - pointer).manhattanLength() < 6, qPrintable(lines[i]));
-        QCOMPARE(match.captured(5).isEmpty(), i > 0);
-    }
+        return match.captured(5) == name && (rect.center() - pointer).manhattanLength() < 6;
+    };
+    QTRY_VERIFY(reported(output("AnyBrush").value(lines.size() - 1), {240, 180}));
+    QVERIFY2(reported(lines.first(), {144, 108}), qPrintable(lines.first()));
+    QVERIFY(lines.size() > 1);
+    for (int i = 0; i < lines.size(); ++i)
+        QCOMPARE(lines[i].endsWith(QStringLiteral(" now")), i == 0);
     const QRect around(at(50, 50) - QPoint(8, 8) * scale, QSize(16, 16) * scale);
     QVERIFY(eventually([&] { return count(screen, around, black) > 15 * scale; }));
     finish(qPrintable(name + QStringLiteral("-brush")));
@@ -377,17 +378,19 @@ void CanvasTourTest::brushes()
 void CanvasTourTest::hand()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
     const QRect fitted = area;
     QVERIFY(server.key(
         {QStringLiteral("ctrl+plus"), QStringLiteral("ctrl+plus"), QStringLiteral("ctrl+plus")}));
-    const QRgb corner = screen.pixel(at(15, 15));
-    QVERIFY(eventually([&] { return screen.pixel(at(15, 15)) != corner; }));
-    const QImage before = screen;
-    selectTool("h", 7);
+    QImage before = screen;
+    const QRgb corner = before.pixel(at(15, 15));
+    QVERIFY(eventually([&] {
+        return screen.pixel(at(15, 15)) != corner && screen == std::exchange(before, screen);
+    }));
+    QVERIFY(selectTool("h", 7));
     const QPoint from = fitted.center(), to = from - QPoint(60, 40) * scale;
     QVERIFY(server.drag({from, from - QPoint(20, 30) * scale, to}));
-    QTRY_COMPARE(output("HandTool").size(), 2);
+    QTRY_VERIFY(!output("HandTool").isEmpty());
     // What was under the pointer has come with it.
     QVERIFY(!alike(before.pixel(from), before.pixel(to), 3));
     QVERIFY(eventually([&] { return alike(screen.pixel(to), before.pixel(from), 3); }));
@@ -397,14 +400,14 @@ void CanvasTourTest::hand()
 void CanvasTourTest::smartWireMarker()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
     const QImage before = screen;
-    selectTool("s", 11);
+    QVERIFY(selectTool("s", 11));
     QList<QPoint> wire;
     for (int i = 0; i <= 30; ++i)
         wire.append(at(30, 40) + QPoint(4 * i, i) * scale);
     QVERIFY(server.drag(wire));
-    QTRY_VERIFY(output("WireMarker").size() >= 30);
+    QTRY_VERIFY(output("WireMarker").size() > 10);
     QCOMPARE(lines.filter(QStringLiteral(" pressed")).size(), 1);
     QCOMPARE(lines.filter(QStringLiteral(" right")).size(), 0);
     // Red with alpha 150 over the photo.
@@ -419,7 +422,7 @@ void CanvasTourTest::smartWireMarker()
     QVERIFY(server.drag(wire.mid(0, 8), 3));
     QVERIFY(eventually([&] { return alike(screen.pixel(wire[3]), before.pixel(wire[3]), 1); }));
     QVERIFY(isMarked(wire[20]));
-    QCOMPARE(output("SmartSelect.* right").size(), 1);
+    QTRY_COMPARE(output("SmartSelect.* right").size(), 1);
     finish("smart-wire-marker");
 }
 
@@ -438,9 +441,9 @@ void CanvasTourTest::withoutAnAction()
     QFETCH(QByteArray, mnemonic);
     QFETCH(int, mode);
     QFETCH(QByteArray, name);
-    startTour(1);
+    QVERIFY2(startTour(1), qPrintable(server.errorString()));
     const QImage before = screen.copy(area);
-    selectTool(mnemonic, mode);
+    QVERIFY(selectTool(mnemonic, mode));
     QVERIFY(server.drag({at(30, 30), at(50, 50)}));
     // The same tool again tells when all of that has been handled.
     QVERIFY(server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)}));
@@ -455,8 +458,8 @@ void CanvasTourTest::withoutAnAction()
 void CanvasTourTest::sizesGoThroughTheSettings()
 {
     QFETCH(int, displayScale);
-    startTour(displayScale);
-    selectTool("k", 3);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("k", 3));
     const auto stored = [] {
         return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Crayvell"),
                          QStringLiteral("canvas-tour"))
