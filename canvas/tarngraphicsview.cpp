@@ -53,26 +53,13 @@ void TarnGraphicsView::mousePressEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMousePressed(event);
-        break;
-    case ModeEraser:
-        EraserMousePressed(event);
-        break;
-    case ModeKeepBrush:
-        KeepBrushMousePressed(event);
-        break;
-    case ModeRemoveBrush:
-        RemoveBrushMousePressed(event);
-        break;
-    case ModeHand:
-        HandMousePressed(event);
-        break;
-    case ModeWireSmartMarker:
-        WireSmartMarkerMousePressed(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMousePressed(event); break;
+    case ModeEraser: EraserMousePressed(event); break;
+    case ModeKeepBrush: KeepBrushMousePressed(event); break;
+    case ModeRemoveBrush: RemoveBrushMousePressed(event); break;
+    case ModeHand: HandMousePressed(event); break;
+    case ModeWireSmartMarker: WireSmartMarkerMousePressed(event); break;
+    default: break;
     }
     QGraphicsView::mousePressEvent(event);
 }
@@ -83,14 +70,9 @@ void TarnGraphicsView::mouseReleaseEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMouseReleased(event);
-        break;
-    case ModeHand:
-        HandMouseReleased(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMouseReleased(event); break;
+    case ModeHand: HandMouseReleased(event); break;
+    default: break;
     }
     QGraphicsView::mouseReleaseEvent(event);
 }
@@ -100,32 +82,15 @@ void TarnGraphicsView::mouseMoveEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMouseMoved(event);
-        break;
-    case ModeKeepMarker:
-        KeepMarkerMouseMoved(event);
-        break;
-    case ModeRemoveMarker:
-        RemoveMarkerMouseMoved(event);
-        break;
-    case ModeKeepBrush:
-        KeepBrushMouseMoved(event);
-        break;
-    case ModeRemoveBrush:
-        RemoveBrushMouseMoved(event);
-        break;
-    case ModeHand:
-        HandMouseMoved(event);
-        break;
-    case ModeBlueMarker:
-        BlueMarkerMouseMoved(event);
-        break;
-    case ModeWireSmartMarker:
-        WireSmartMarkerMouseMoved(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMouseMoved(event); break;
+    case ModeKeepMarker: KeepMarkerMouseMoved(event); break;
+    case ModeRemoveMarker: RemoveMarkerMouseMoved(event); break;
+    case ModeKeepBrush: KeepBrushMouseMoved(event); break;
+    case ModeRemoveBrush: RemoveBrushMouseMoved(event); break;
+    case ModeHand: HandMouseMoved(event); break;
+    case ModeBlueMarker: BlueMarkerMouseMoved(event); break;
+    case ModeWireSmartMarker: WireSmartMarkerMouseMoved(event); break;
+    default: break;
     }
     QGraphicsView::mouseMoveEvent(event);
 }

@@ -47,7 +47,8 @@ class QSettings;
 // to items become null with them. The one thing it must do: before it takes the
 // outline or a stroke out of the scene by itself and keeps it, call
 // forgetItems(). It must not delete the view in a slot connected to it.
-class TarnGraphicsView : public QGraphicsView {
+class TarnGraphicsView : public QGraphicsView
+{
     Q_OBJECT
 
 public:

@@ -8,7 +8,7 @@
 namespace {
 
 // Half of what an int holds: the sum of a position and a size still fits.
-constexpr double farthest = 1 << 30;
+constexpr double farthest = (1 << 30) - 1;
 
 int truncated(double coordinate)
 {

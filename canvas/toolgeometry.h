@@ -12,8 +12,9 @@ class QGraphicsView;
 // positive infinity (2.5 gives 3, -2.5 gives -2): the toolkit's own
 // QPointF::toPoint and QRectF::toRect round halves away from zero, and derive a
 // rectangle's size from its rounded edges.
-// Coordinates beyond 2^30 in either direction, seen in a view that was zoomed
-// out without end, are held there, so that a rectangle's edges cannot overflow.
+// Coordinates of 2^30 and more in either direction, seen in a view that was
+// zoomed out without end, are held just below, so that the edges of a rectangle
+// cannot overflow.
 
 QPoint truncatedPoint(QPointF point);
 QPoint roundedPoint(QPointF point);

@@ -8,7 +8,8 @@
 // pointer becomes null with it, unless it has come to mean another item.
 // A QPointer to the canvas would not do as its sign of life: it is cleared
 // only after a widget's children are gone, and the scene may be one of them.
-template <typename Item> class TrackedItem : public Item {
+template <typename Item> class TrackedItem : public Item
+{
 public:
     TrackedItem(std::weak_ptr<void> canvasLife, Item *&canvasPointer)
         : life(std::move(canvasLife))

@@ -16,13 +16,12 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include <utility>
-
 #include "canvas/tarngraphicsview.h"
 
 namespace {
 
-struct Tool {
+struct Tool
+{
     int mode;
     const char *name;
     const char *hint;
@@ -144,7 +143,7 @@ QWidget *TourWindow::makeSizeControls()
         return settings.value(QString::fromLatin1(key), QString::fromLatin1(preset));
     };
 
-    auto *same = new QCheckBox(QStringLiteral("Keep marker's for all but blue"));
+    auto *same = new QCheckBox(QStringLiteral("Same size for all but blue"));
     form->addRow(same);
     for (const auto &[key, label] : sizes) {
         auto *number = new QSpinBox;
@@ -242,8 +241,7 @@ void TourWindow::note(const char *signal, const QString &arguments)
 // The ends are in scene units, the scroll bars in pixels of the viewport.
 void TourWindow::pan(QPoint from, QPoint to)
 {
-    const QTransform &zoom = canvas->transform();
-    const QPoint moved = (zoom.map(QPointF(to)) - zoom.map(QPointF(from))).toPoint();
+    const QPoint moved = canvas->mapFromScene(to) - canvas->mapFromScene(from);
     canvas->horizontalScrollBar()->setValue(canvas->horizontalScrollBar()->value() - moved.x());
     canvas->verticalScrollBar()->setValue(canvas->verticalScrollBar()->value() - moved.y());
 }

@@ -12,7 +12,8 @@ class TarnGraphicsView;
 
 // A host of the canvas: buttons that choose its tools, controls for their
 // sizes, and a list of everything that it reports.
-class TourWindow : public QMainWindow {
+class TourWindow : public QMainWindow
+{
     Q_OBJECT
 
 public:

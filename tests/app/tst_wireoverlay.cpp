@@ -14,7 +14,8 @@ const QRgb unmarked = qRgba(0, 0, 0, 0);
 const QRgb marked = qRgba(255, 0, 0, 150);
 
 // A main window with its canvas, and photos of one colour to open.
-class Stage {
+class Stage
+{
 public:
     Stage()
     {
@@ -81,7 +82,8 @@ bool within(QRect rect, int x, int y)
 
 } // namespace
 
-class WireOverlayTest : public QObject {
+class WireOverlayTest : public QObject
+{
     Q_OBJECT
 
 private slots:

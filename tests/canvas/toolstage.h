@@ -13,7 +13,8 @@
 // viewport gets. Nothing is scrolled or centred: at the start, viewport
 // position (x, y) shows scene position (x, y) of a scene that begins at the
 // origin; after zoom(k) it shows (x / k, y / k).
-class ToolStage {
+class ToolStage
+{
 public:
     QGraphicsScene scene;
     TarnGraphicsView view;

@@ -37,7 +37,8 @@ void bothBrushes()
 
 } // namespace
 
-class BrushToolsTest : public QObject {
+class BrushToolsTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -19,7 +19,8 @@ QList<Step> steps(const QSignalSpy &spy)
 
 } // namespace
 
-class HandToolTest : public QObject {
+class HandToolTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -7,7 +7,8 @@
 namespace {
 
 // A view whose scene can go before it does.
-struct LooseStage : ToolStage {
+struct LooseStage : ToolStage
+{
     explicit LooseStage(int tool)
         : ToolStage(tool)
         , loose(std::make_unique<QGraphicsScene>(0, 0, 200, 150))
@@ -26,21 +27,11 @@ enum class Blow { Cleared, Replaced, TakenAway, Deleted, ItemsDeleted };
 void strike(LooseStage &stage, Blow blow)
 {
     switch (blow) {
-    case Blow::Cleared:
-        stage.loose->clear();
-        break;
-    case Blow::Replaced:
-        stage.view.setScene(&stage.scene);
-        break;
-    case Blow::TakenAway:
-        stage.view.setScene(nullptr);
-        break;
-    case Blow::Deleted:
-        stage.loose.reset();
-        break;
-    case Blow::ItemsDeleted:
-        qDeleteAll(stage.loose->items());
-        break;
+    case Blow::Cleared: stage.loose->clear(); break;
+    case Blow::Replaced: stage.view.setScene(&stage.scene); break;
+    case Blow::TakenAway: stage.view.setScene(nullptr); break;
+    case Blow::Deleted: stage.loose.reset(); break;
+    case Blow::ItemsDeleted: qDeleteAll(stage.loose->items()); break;
     }
 }
 
@@ -71,7 +62,8 @@ bool pointsToDeletedItems(Blow blow)
 
 // The pointers to the outline and to the stroke, whatever happens to the scene
 // that owns them. Worth most in the sanitize preset.
-class ItemLifetimeTest : public QObject {
+class ItemLifetimeTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -13,7 +13,8 @@ constexpr int keep = TarnGraphicsView::ModeKeepMarker;
 constexpr int remove_ = TarnGraphicsView::ModeRemoveMarker;
 constexpr int blue = TarnGraphicsView::ModeBlueMarker;
 
-struct MarkerStage : ToolStage {
+struct MarkerStage : ToolStage
+{
     explicit MarkerStage(int tool, const QRectF &sceneRect = {0, 0, 200, 150})
         : ToolStage(tool, sceneRect)
     {
@@ -41,7 +42,8 @@ void allMarkers()
 
 } // namespace
 
-class MarkerToolsTest : public QObject {
+class MarkerToolsTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -11,7 +11,8 @@ constexpr int pen = TarnGraphicsView::ModePen;
 constexpr int eraser = TarnGraphicsView::ModeEraser;
 
 // Copies each text while it is valid.
-class Texts : public QByteArrayList {
+class Texts : public QByteArrayList
+{
 public:
     explicit Texts(TarnGraphicsView &view)
     {
@@ -36,7 +37,8 @@ QGraphicsPathItem *onlyStroke(const ToolStage &stage)
 
 } // namespace
 
-class PenToolsTest : public QObject {
+class PenToolsTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -13,7 +13,8 @@
 namespace {
 
 // A view whose protected handlers can be called as the toolkit calls them.
-class OpenView : public TarnGraphicsView {
+class OpenView : public TarnGraphicsView
+{
 public:
     using TarnGraphicsView::leaveEvent;
     using TarnGraphicsView::mouseMoveEvent;
@@ -29,7 +30,8 @@ QMouseEvent mouseEvent(QEvent::Type type, QPointF position = {10, 10})
 
 // Sees whether an event got as far as the base class: it makes the scene
 // deliver an event of its own.
-class ListeningScene : public QGraphicsScene {
+class ListeningScene : public QGraphicsScene
+{
 public:
     int presses = 0, moves = 0, releases = 0;
 
@@ -53,7 +55,8 @@ protected:
 
 } // namespace
 
-class TarnGraphicsViewTest : public QObject {
+class TarnGraphicsViewTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -8,7 +8,14 @@
 
 #include "tests/support/testmain.h"
 
-class ToolGeometryTest : public QObject {
+namespace {
+
+constexpr int farthest = (1 << 30) - 1;
+
+} // namespace
+
+class ToolGeometryTest : public QObject
+{
     Q_OBJECT
 
 private slots:
@@ -26,7 +33,6 @@ void ToolGeometryTest::points_data()
     QTest::addColumn<double>("coordinate");
     QTest::addColumn<int>("truncated");
     QTest::addColumn<int>("rounded");
-    constexpr int farthest = 1 << 30;
     QTest::newRow("whole") << 7.0 << 7 << 7;
     QTest::newRow("half") << 2.5 << 2 << 3;
     QTest::newRow("negative half") << -2.5 << -2 << -2;
@@ -96,8 +102,8 @@ void ToolGeometryTest::brushes_data()
         << 2.0 << QPoint(-60, -60) << QPoint(11, 12) << 5 << QRect(-57, -56, 5, 5);
     QTest::newRow("three quarters")
         << 0.75 << QPoint() << QPoint(30, 33) << 5 << QRect(33, 37, 13, 13);
-    QTest::newRow("zoomed out without end")
-        << 1e-10 << QPoint() << QPoint(50, 40) << 5 << QRect(1 << 30, 1 << 30, 1 << 30, 1 << 30);
+    QTest::newRow("zoomed out without end") << 1e-10 << QPoint() << QPoint(50, 40) << 5
+                                            << QRect(farthest, farthest, farthest, farthest);
 }
 
 void ToolGeometryTest::brushes()

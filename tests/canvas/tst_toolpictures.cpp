@@ -28,7 +28,8 @@ QImage photo()
 
 // The expected picture, in device pixels, made pixel by pixel where the shape
 // is one of straight lines and with a plain painter where it is round.
-class Expected {
+class Expected
+{
 public:
     explicit Expected(int wholeZoom)
         : zoom(wholeZoom)
@@ -75,7 +76,8 @@ public:
 
 // What is used, where, and what should be seen of it. Positions and rectangles
 // are in device pixels.
-struct Scenario {
+struct Scenario
+{
     void (*work)(ToolStage &stage);
     void (*draw)(Expected &picture);
 };
@@ -218,7 +220,8 @@ QString differences(const QImage &actual, const QImage &expected)
 
 } // namespace
 
-class ToolPicturesTest : public QObject {
+class ToolPicturesTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -9,7 +9,8 @@ namespace {
 
 constexpr int smart = TarnGraphicsView::ModeWireSmartMarker;
 
-struct Pick {
+struct Pick
+{
     QRect rect;
     bool pressed;
     bool right;
@@ -24,7 +25,8 @@ char *toString(const Pick &pick)
 }
 
 // What each SmartSelect carried.
-class Picks : public QList<Pick> {
+class Picks : public QList<Pick>
+{
 public:
     explicit Picks(TarnGraphicsView &view)
     {
@@ -37,7 +39,8 @@ public:
 
 } // namespace
 
-class WireToolsTest : public QObject {
+class WireToolsTest : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -72,11 +72,22 @@ bool alike(QRgb a, QRgb b, int tolerance)
         && qAbs(qBlue(a) - qBlue(b)) <= tolerance;
 }
 
+// The rectangle in a line of the tour's list.
+QRectF reportedRect(const QString &line)
+{
+    static const QRegularExpression rect(
+        QStringLiteral("\\((-?\\d+), (-?\\d+)\\) (\\d+) x (\\d+)"));
+    const auto match = rect.match(line);
+    return {match.captured(1).toDouble(), match.captured(2).toDouble(),
+            match.captured(3).toDouble(), match.captured(4).toDouble()};
+}
+
 } // namespace
 
 // The example in a real window, worked from outside like a user would. Each row
 // leaves a picture of the screen in the build folder.
-class CanvasTourTest : public QObject {
+class CanvasTourTest : public QObject
+{
     Q_OBJECT
 
 private slots:
@@ -358,12 +369,7 @@ void CanvasTourTest::brushes()
     QVERIFY(server.drag({at(30, 30), at(40, 40), at(50, 50)}));
     // On a photo of 480 by 360; the last report is of the last position.
     const auto reported = [&](const QString &line, QPointF pointer) {
-        static const QRegularExpression report(
-            QStringLiteral("^AnyBrush \\((\\d+), (\\d+)\\) (\\d+) x (\\d+) (\\w+)"));
-        const auto match = report.match(line);
-        const QRectF rect(match.captured(1).toInt(), match.captured(2).toInt(),
-                          match.captured(3).toInt(), match.captured(4).toInt());
-        return match.captured(5) == name && (rect.center() - pointer).manhattanLength() < 6;
+        return line.contains(name) && (reportedRect(line).center() - pointer).manhattanLength() < 6;
     };
     QTRY_VERIFY(reported(output("AnyBrush").value(lines.size() - 1), {240, 180}));
     QVERIFY2(reported(lines.first(), {144, 108}), qPrintable(lines.first()));
@@ -405,24 +411,30 @@ void CanvasTourTest::smartWireMarker()
     QVERIFY(selectTool("s", 11));
     QList<QPoint> wire;
     for (int i = 0; i <= 30; ++i)
-        wire.append(at(30, 40) + QPoint(4 * i, i) * scale);
+        wire.append(at(30, 40) + QPoint(6 * i, i) * scale);
     QVERIFY(server.drag(wire));
-    QTRY_VERIFY(output("WireMarker").size() > 10);
-    QCOMPARE(lines.filter(QStringLiteral(" pressed")).size(), 1);
-    QCOMPARE(lines.filter(QStringLiteral(" right")).size(), 0);
+    QTRY_VERIFY(output("WireMarker").size() > 4);
+    QCOMPARE(output("SmartSelect.* pressed$").size(), 1);
     // Red with alpha 150 over the photo.
     const auto isMarked = [&](QPoint p) {
         const QRgb under = before.pixel(p);
-        const auto mixed = [](int colour, int photo) { return (colour * 150 + photo * 105) / 255; };
+        const auto mixed = [](int colour, int below) { return (colour * 150 + below * 105) / 255; };
         const QRgb expected =
             qRgb(mixed(255, qRed(under)), mixed(0, qGreen(under)), mixed(0, qBlue(under)));
         return alike(screen.pixel(p), expected, 4);
     };
-    QVERIFY(eventually([&] { return isMarked(wire[3]) && isMarked(wire[20]); }));
-    QVERIFY(server.drag(wire.mid(0, 8), 3));
-    QVERIFY(eventually([&] { return alike(screen.pixel(wire[3]), before.pixel(wire[3]), 1); }));
-    QVERIFY(isMarked(wire[20]));
-    QTRY_COMPARE(output("SmartSelect.* right").size(), 1);
+    // Where the toolkit merged moves there are gaps: look at what was reported.
+    const auto onScreen = [&](const QString &line) {
+        return area.topLeft() + (reportedRect(line).center() * area.width() / 480.0).toPoint();
+    };
+    const QPoint start = onScreen(output("SmartSelect.* pressed").first());
+    const QPoint middle = onScreen(output("SmartSelect").at(3));
+    QVERIFY(eventually([&] { return isMarked(start) && isMarked(middle); }));
+    QVERIFY(server.click(start, 3));
+    QTRY_COMPARE(output("SmartSelect.* pressed right").size(), 1);
+    server.moveTo(at(50, 50)); // the outline away
+    QVERIFY(eventually([&] { return alike(screen.pixel(start), before.pixel(start), 1); }));
+    QVERIFY(isMarked(middle));
     finish("smart-wire-marker");
 }
 
@@ -473,10 +485,10 @@ void CanvasTourTest::sizesGoThroughTheSettings()
     const double side = size * area.width() / 480.0;
     QVERIFY(eventually([&] { return count(screen, area, green) > side * side * 0.95; }));
     QVERIFY(count(screen, area, green) < side * side * 1.15);
+    finish("sizes");
     QVERIFY(server.key({QStringLiteral("alt+F4")}));
     QVERIFY(tour.waitForFinished());
     QCOMPARE(stored(), size);
-    finish("sizes");
 }
 
 CRAYVELL_TEST_MAIN(CanvasTourTest)

@@ -14,7 +14,8 @@
 // The program under test is another process, started by the test with
 // environment(). Both servers end with this object, or with the test should it
 // crash.
-class XServer {
+class XServer
+{
 public:
     explicit XServer(QSize screen = {1280, 960});
     ~XServer();
