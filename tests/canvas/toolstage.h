@@ -74,6 +74,15 @@ private:
     Qt::MouseButtons held = Qt::NoButton;
 };
 
+// The rows of a test that holds for any button.
+inline void everyButton()
+{
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::newRow("left button") << Qt::LeftButton;
+    QTest::newRow("right button") << Qt::RightButton;
+    QTest::newRow("middle button") << Qt::MiddleButton;
+}
+
 // The scene complains of an item that it does not hold, and of no item.
 inline void expectNotHeldWarning()
 {

@@ -58,13 +58,13 @@ private slots:
     void noSize();
     void pressTouchesNothing_data() { bothBrushes(); }
     void pressTouchesNothing();
-    void everyButtonWorks_data();
+    void everyButtonWorks_data() { everyButton(); }
     void everyButtonWorks();
     void leavingAndComingBack_data() { bothBrushes(); }
     void leavingAndComingBack();
     void outlineSurvivesAChangeOfTool();
-    void sameSizeSettings();
-    void separateSizeSettings();
+    void sizesFromSettings_data();
+    void sizesFromSettings();
     void rotatedView();
 };
 
@@ -250,14 +250,6 @@ void BrushToolsTest::pressTouchesNothing()
     QCOMPARE(stage.view.cursorItem->rect(), shown);
 }
 
-void BrushToolsTest::everyButtonWorks_data()
-{
-    QTest::addColumn<Qt::MouseButton>("button");
-    QTest::newRow("left button") << Qt::LeftButton;
-    QTest::newRow("right button") << Qt::RightButton;
-    QTest::newRow("middle button") << Qt::MiddleButton;
-}
-
 void BrushToolsTest::everyButtonWorks()
 {
     QFETCH(Qt::MouseButton, button);
@@ -302,11 +294,24 @@ void BrushToolsTest::outlineSurvivesAChangeOfTool()
     QCOMPARE(stage.items().size(), 1);
 }
 
-void BrushToolsTest::sameSizeSettings()
+void BrushToolsTest::sizesFromSettings_data()
 {
+    QTest::addColumn<bool>("sameSize");
+    QTest::addColumn<QRect>("kept");
+    QTest::addColumn<QRect>("removed");
+    QTest::newRow("the keep marker's for both")
+        << true << QRect(42, 32, 16, 16) << QRect(42, 32, 16, 16);
+    QTest::newRow("one for each") << false << QRect(45, 35, 10, 10) << QRect(35, 25, 30, 30);
+}
+
+void BrushToolsTest::sizesFromSettings()
+{
+    QFETCH(bool, sameSize);
+    QFETCH(QRect, kept);
+    QFETCH(QRect, removed);
     QTemporaryDir folder;
     QSettings settings(folder.filePath(QStringLiteral("tools.ini")), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("SAMESIZECHECKED"), true);
+    settings.setValue(QStringLiteral("SAMESIZECHECKED"), sameSize);
     settings.setValue(QStringLiteral("KEEPMSIZE"), 16);
     settings.setValue(QStringLiteral("KEEPBSIZE"), 10);
     settings.setValue(QStringLiteral("REMOVEBSIZE"), 30);
@@ -317,24 +322,7 @@ void BrushToolsTest::sameSizeSettings()
     stage.press({50, 40});
     stage.view.toolMode = remove_;
     stage.press({50, 40});
-    const Report expected({42, 32, 16, 16}, true);
-    QCOMPARE(reports(any), QList<Report>({expected, expected}));
-}
-
-void BrushToolsTest::separateSizeSettings()
-{
-    QTemporaryDir folder;
-    QSettings settings(folder.filePath(QStringLiteral("tools.ini")), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("SAMESIZECHECKED"), false);
-    settings.setValue(QStringLiteral("REMOVEBSIZE"), 30);
-    ToolStage stage(keep);
-    stage.view.toolSettings = &settings;
-    stage.view.updatetoolssettings();
-    QSignalSpy any(&stage.view, &TarnGraphicsView::AnyBrush);
-    stage.press({50, 40});
-    stage.view.toolMode = remove_;
-    stage.press({50, 40});
-    QCOMPARE(reports(any), QList<Report>({{{45, 35, 10, 10}, true}, {{35, 25, 30, 30}, true}}));
+    QCOMPARE(reports(any), QList<Report>({{kept, true}, {removed, true}}));
 }
 
 void BrushToolsTest::rotatedView()

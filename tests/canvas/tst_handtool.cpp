@@ -27,7 +27,7 @@ private slots:
     void choosingItChangesNoCursor();
     void hoveringReportsNothing();
     void aClickReportsNothing();
-    void everyMoveIsAStep_data();
+    void everyMoveIsAStep_data() { everyButton(); }
     void everyMoveIsAStep();
     void endsAreRounded_data();
     void endsAreRounded();
@@ -66,14 +66,6 @@ void HandToolTest::aClickReportsNothing()
     QCOMPARE(stage.view.viewport()->cursor().shape(), Qt::OpenHandCursor);
     QCOMPARE(stage.view.lastPos, QPoint(10, 10));
     QCOMPARE(spy.count(), 0);
-}
-
-void HandToolTest::everyMoveIsAStep_data()
-{
-    QTest::addColumn<Qt::MouseButton>("button");
-    QTest::newRow("left button") << Qt::LeftButton;
-    QTest::newRow("right button") << Qt::RightButton;
-    QTest::newRow("middle button") << Qt::MiddleButton;
 }
 
 void HandToolTest::everyMoveIsAStep()

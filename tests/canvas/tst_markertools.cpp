@@ -56,7 +56,7 @@ private slots:
     void noSignals();
     void hoveringStampsNothing_data() { allMarkers(); }
     void hoveringStampsNothing();
-    void everyButtonStamps_data();
+    void everyButtonStamps_data() { everyButton(); }
     void everyButtonStamps();
     void whereStampsAreTaken_data();
     void whereStampsAreTaken();
@@ -161,14 +161,6 @@ void MarkerToolsTest::hoveringStampsNothing()
     QCOMPARE(stage.view.cursorItem != nullptr, tool == blue);
     if (tool == blue)
         QCOMPARE(stage.view.cursorItem->rect(), QRectF(50, 30, 20, 20));
-}
-
-void MarkerToolsTest::everyButtonStamps_data()
-{
-    QTest::addColumn<Qt::MouseButton>("button");
-    QTest::newRow("left button") << Qt::LeftButton;
-    QTest::newRow("right button") << Qt::RightButton;
-    QTest::newRow("middle button") << Qt::MiddleButton;
 }
 
 void MarkerToolsTest::everyButtonStamps()

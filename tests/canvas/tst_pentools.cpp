@@ -57,7 +57,7 @@ private slots:
     void eraserTakesRectanglesAndEllipses_data();
     void eraserTakesRectanglesAndEllipses();
     void eraserActsOncePerPress();
-    void eraserWorksWithEveryButton_data();
+    void eraserWorksWithEveryButton_data() { everyButton(); }
     void eraserWorksWithEveryButton();
     void eraserReach_data();
     void eraserReach();
@@ -255,14 +255,6 @@ void PenToolsTest::eraserActsOncePerPress()
     stage.move({70, 30});
     stage.release({70, 30});
     QCOMPARE(stage.items(), QList<QGraphicsItem *>({beside}));
-}
-
-void PenToolsTest::eraserWorksWithEveryButton_data()
-{
-    QTest::addColumn<Qt::MouseButton>("button");
-    QTest::newRow("left button") << Qt::LeftButton;
-    QTest::newRow("right button") << Qt::RightButton;
-    QTest::newRow("middle button") << Qt::MiddleButton;
 }
 
 void PenToolsTest::eraserWorksWithEveryButton()
