@@ -8,6 +8,7 @@
 #include <QGraphicsPixmapItem>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QPainter>
 #include <QToolButton>
 #include <QUrl>
 
@@ -24,6 +25,7 @@ namespace {
 constexpr int margin = 10; // white paper around the picture, in pixels
 constexpr qreal backgroundZ = 1.0;
 constexpr qreal pictureZ = 10.0;
+constexpr qreal overlayZ = 11.0;
 
 constexpr double zoomInFactor = 1.2;
 constexpr double zoomOutFactor = 1.0 / 1.2;
@@ -50,6 +52,23 @@ QPixmap whitePaper(QSize size)
     QImage paper = largeImage(size, QImage::Format_RGB32);
     paper.fill(Qt::white);
     return QPixmap::fromImage(std::move(paper));
+}
+
+QImage transparentImage(QSize size)
+{
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+// Source over destination: what is marked twice becomes more opaque.
+void paintRegion(QImage &image, const QRegion &region)
+{
+    if (image.isNull())
+        return;
+    QPainter painter(&image);
+    painter.setClipRegion(region, Qt::ReplaceClip);
+    painter.fillRect(image.rect(), QColor(255, 0, 0, 150));
 }
 
 } // namespace
@@ -145,6 +164,7 @@ void MainWindow::showPhoto(const QPixmap &photo)
 // Items taken out here are not deleted, but their pixels are let go.
 void MainWindow::clearScene()
 {
+    ui->graphicsView->forgetItems();
     takeOut(wireOverlayItem);
     takeOut(sketchItem);
     if (backgroundItem) {
@@ -265,8 +285,20 @@ void MainWindow::on_actionHome_triggered()
     QDesktopServices::openUrl(url);
 }
 
-void MainWindow::ProcessWireMarker(QRegion)
+// Each call replaces the item by one with the region added, so marks add up.
+// The overlay stays at the scene's origin, not at the picture's position:
+// region coordinates are scene coordinates.
+void MainWindow::ProcessWireMarker(QRegion rgn)
 {
+    QImage overlay = wireOverlayItem ? wireOverlayItem->pixmap().toImage()
+                                     : transparentImage(sourceImage.size());
+    paintRegion(overlay, rgn);
+    if (wireOverlayItem) {
+        scene.removeItem(wireOverlayItem);
+        delete wireOverlayItem;
+    }
+    wireOverlayItem = scene.addPixmap(QPixmap::fromImage(overlay));
+    wireOverlayItem->setZValue(overlayZ);
 }
 
 // Wire detection has no implementation; the names are kept for hosts.

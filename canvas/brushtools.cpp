@@ -1,23 +1,52 @@
 #include "canvas/tarngraphicsview.h"
 
-void TarnGraphicsView::KeepBrushMousePressed(QMouseEvent *)
+#include <QGraphicsScene>
+#include <QMouseEvent>
+
+#include "canvas/toolgeometry.h"
+
+void TarnGraphicsView::pressBrush(QMouseEvent *event, int size)
 {
+    const QRect rect = brushRectangle(*this, event->position().toPoint(), size >> 1);
+    if (scene()->sceneRect().contains(QRectF(rect)))
+        emit AnyBrush(rect, true);
 }
 
-void TarnGraphicsView::KeepBrushMouseMoved(QMouseEvent *)
+// Unlike a press, a move with the button held is reported outside the scene
+// too, and never clipped to it.
+void TarnGraphicsView::moveBrush(QMouseEvent *event, int size)
 {
+    const QPoint position = event->position().toPoint();
+    const QRect rect = brushRectangle(*this, position, size >> 1);
+    followInsideScene(QRectF(rect));
+    if (!mousePressed)
+        return;
+    emit AnyBrush(rect, false);
+    lastPos = position;
+}
+
+void TarnGraphicsView::KeepBrushMousePressed(QMouseEvent *event)
+{
+    pressBrush(event, keepBrushSize);
+}
+
+void TarnGraphicsView::KeepBrushMouseMoved(QMouseEvent *event)
+{
+    moveBrush(event, keepBrushSize);
 }
 
 void TarnGraphicsView::KeepBrushMouseReleased(QMouseEvent *)
 {
 }
 
-void TarnGraphicsView::RemoveBrushMousePressed(QMouseEvent *)
+void TarnGraphicsView::RemoveBrushMousePressed(QMouseEvent *event)
 {
+    pressBrush(event, removeBrushSize);
 }
 
-void TarnGraphicsView::RemoveBrushMouseMoved(QMouseEvent *)
+void TarnGraphicsView::RemoveBrushMouseMoved(QMouseEvent *event)
 {
+    moveBrush(event, removeBrushSize);
 }
 
 void TarnGraphicsView::RemoveBrushMouseReleased(QMouseEvent *)

@@ -1,13 +1,29 @@
 #include "canvas/tarngraphicsview.h"
 
-void TarnGraphicsView::HandMousePressed(QMouseEvent *)
+#include <QMouseEvent>
+
+#include "canvas/toolgeometry.h"
+
+void TarnGraphicsView::HandMousePressed(QMouseEvent *event)
 {
+    lastPos = event->position().toPoint();
+    viewport()->setCursor(Qt::ClosedHandCursor);
 }
 
-void TarnGraphicsView::HandMouseMoved(QMouseEvent *)
+void TarnGraphicsView::HandMouseMoved(QMouseEvent *event)
 {
+    if (!mousePressed)
+        return;
+    const QPoint position = event->position().toPoint();
+    // Both ends are mapped now: a host that has scrolled or zoomed since the
+    // last step must not see its own movement in this one.
+    const QPoint to = roundedPoint(mapToScene(position));
+    const QPoint from = roundedPoint(mapToScene(lastPos));
+    emit HandTool(from, to);
+    lastPos = position;
 }
 
 void TarnGraphicsView::HandMouseReleased(QMouseEvent *)
 {
+    viewport()->setCursor(Qt::OpenHandCursor);
 }

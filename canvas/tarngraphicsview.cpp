@@ -1,6 +1,5 @@
 #include "canvas/tarngraphicsview.h"
 
-#include <QGraphicsEllipseItem>
 #include <QMouseEvent>
 #include <QResizeEvent>
 #include <QSettings>
@@ -54,26 +53,13 @@ void TarnGraphicsView::mousePressEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMousePressed(event);
-        break;
-    case ModeEraser:
-        EraserMousePressed(event);
-        break;
-    case ModeKeepBrush:
-        KeepBrushMousePressed(event);
-        break;
-    case ModeRemoveBrush:
-        RemoveBrushMousePressed(event);
-        break;
-    case ModeHand:
-        HandMousePressed(event);
-        break;
-    case ModeWireSmartMarker:
-        WireSmartMarkerMousePressed(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMousePressed(event); break;
+    case ModeEraser: EraserMousePressed(event); break;
+    case ModeKeepBrush: KeepBrushMousePressed(event); break;
+    case ModeRemoveBrush: RemoveBrushMousePressed(event); break;
+    case ModeHand: HandMousePressed(event); break;
+    case ModeWireSmartMarker: WireSmartMarkerMousePressed(event); break;
+    default: break;
     }
     QGraphicsView::mousePressEvent(event);
 }
@@ -84,14 +70,9 @@ void TarnGraphicsView::mouseReleaseEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMouseReleased(event);
-        break;
-    case ModeHand:
-        HandMouseReleased(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMouseReleased(event); break;
+    case ModeHand: HandMouseReleased(event); break;
+    default: break;
     }
     QGraphicsView::mouseReleaseEvent(event);
 }
@@ -101,42 +82,22 @@ void TarnGraphicsView::mouseMoveEvent(QMouseEvent *event)
     if (!scene())
         return;
     switch (toolMode) {
-    case ModePen:
-        PenMouseMoved(event);
-        break;
-    case ModeKeepMarker:
-        KeepMarkerMouseMoved(event);
-        break;
-    case ModeRemoveMarker:
-        RemoveMarkerMouseMoved(event);
-        break;
-    case ModeKeepBrush:
-        KeepBrushMouseMoved(event);
-        break;
-    case ModeRemoveBrush:
-        RemoveBrushMouseMoved(event);
-        break;
-    case ModeHand:
-        HandMouseMoved(event);
-        break;
-    case ModeBlueMarker:
-        BlueMarkerMouseMoved(event);
-        break;
-    case ModeWireSmartMarker:
-        WireSmartMarkerMouseMoved(event);
-        break;
-    default:
-        break;
+    case ModePen: PenMouseMoved(event); break;
+    case ModeKeepMarker: KeepMarkerMouseMoved(event); break;
+    case ModeRemoveMarker: RemoveMarkerMouseMoved(event); break;
+    case ModeKeepBrush: KeepBrushMouseMoved(event); break;
+    case ModeRemoveBrush: RemoveBrushMouseMoved(event); break;
+    case ModeHand: HandMouseMoved(event); break;
+    case ModeBlueMarker: BlueMarkerMouseMoved(event); break;
+    case ModeWireSmartMarker: WireSmartMarkerMouseMoved(event); break;
+    default: break;
     }
     QGraphicsView::mouseMoveEvent(event);
 }
 
 void TarnGraphicsView::leaveEvent(QEvent *)
 {
-    if (!cursorItem)
-        return;
-    scene()->removeItem(cursorItem);
-    cursorItem = nullptr;
+    dropOutline();
 }
 
 void TarnGraphicsView::resizeEvent(QResizeEvent *event)

@@ -23,8 +23,8 @@ int main(int argc, char **argv)
     inverterodesketch(photo, edges.data(), {});
     updatePenLevels(photo, edges.data(), 0, 255);
 
-    const bool hasIcons = QIcon(QStringLiteral(":/icons/colorpencils.png")).availableSizes().size()
-        == 1;
+    const bool hasIcons =
+        QIcon(QStringLiteral(":/icons/colorpencils.png")).availableSizes().size() == 1;
     const bool hasSketch = edges[5 * 20 + 9] == 255 && photo.pixel(9, 5) == 0xff000000U;
     std::printf("icons %d, sketch %d, tool %d\n", hasIcons, hasSketch, view.toolMode);
     return hasIcons && hasSketch && !window.windowIcon().isNull() ? 0 : 1;

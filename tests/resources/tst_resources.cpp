@@ -13,7 +13,8 @@ namespace {
 
 enum class Kind { RgbaPng, PalettePng, Bmp32, Ico24 };
 
-struct Icon {
+struct Icon
+{
     const char *name;
     Kind kind;
     QSize size;
@@ -80,7 +81,8 @@ QString describeIco(const QByteArray &bytes)
 
 } // namespace
 
-class ResourcesTest : public QObject {
+class ResourcesTest : public QObject
+{
     Q_OBJECT
 
 private slots:

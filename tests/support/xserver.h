@@ -46,6 +46,7 @@ public:
 
     // Keys as xdotool names them: {"ctrl+o"}, {"Tab", "Return"}.
     bool key(const QStringList &keys);
+    // Letters of the keyboard that every server starts with, ASCII that is.
     bool type(const QString &text);
     // Positions are pixels of the screen.
     bool moveTo(QPoint position);

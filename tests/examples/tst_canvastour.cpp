@@ -1,0 +1,495 @@
+#include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include "tests/support/testmain.h"
+#include "tests/support/xserver.h"
+
+namespace {
+
+const QRgb yellow = qRgb(255, 255, 10);
+const QRgb green = qRgb(50, 255, 50);
+const QRgb red = qRgb(255, 10, 10);
+const QRgb black = qRgb(0, 0, 0);
+
+// A photo in which every place has a colour of its own, by which it is found on
+// the screen at any zoom: green tells x, red tells y, and blue is the same
+// everywhere.
+constexpr int photoBlue = 200;
+
+QImage photo()
+{
+    QImage image(480, 360, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, qRgb(20 + y / 3, 20 + x / 3, photoBlue));
+    return image;
+}
+
+bool isPhoto(QRgb pixel)
+{
+    return qBlue(pixel) == photoBlue && qRed(pixel) <= 140 && qGreen(pixel) <= 180;
+}
+
+// Where the photo is on the screen; the window has a few pixels of that blue
+// elsewhere, but no row of them.
+QRect findPhoto(const QImage &screen)
+{
+    QRect found;
+    for (int y = 0; y < screen.height(); ++y) {
+        int first = -1, last = -1, count = 0;
+        for (int x = 0; x < screen.width(); ++x) {
+            if (!isPhoto(screen.pixel(x, y)))
+                continue;
+            first = first < 0 ? x : first;
+            last = x;
+            ++count;
+        }
+        if (count > 100)
+            found |= QRect(first, y, last - first + 1, 1);
+    }
+    return found;
+}
+
+template <typename Wanted> int count(const QImage &screen, QRect area, const Wanted &wanted)
+{
+    int result = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            result += wanted(screen.pixel(x, y)) ? 1 : 0;
+    return result;
+}
+
+int count(const QImage &screen, QRect area, QRgb colour)
+{
+    return count(screen, area,
+                 [=](QRgb pixel) { return (pixel & RGB_MASK) == (colour & RGB_MASK); });
+}
+
+bool alike(QRgb a, QRgb b, int tolerance)
+{
+    return qAbs(qRed(a) - qRed(b)) <= tolerance && qAbs(qGreen(a) - qGreen(b)) <= tolerance
+        && qAbs(qBlue(a) - qBlue(b)) <= tolerance;
+}
+
+// The rectangle in a line of the tour's list.
+QRectF reportedRect(const QString &line)
+{
+    static const QRegularExpression rect(
+        QStringLiteral("\\((-?\\d+), (-?\\d+)\\) (\\d+) x (\\d+)"));
+    const auto match = rect.match(line);
+    return {match.captured(1).toDouble(), match.captured(2).toDouble(),
+            match.captured(3).toDouble(), match.captured(4).toDouble()};
+}
+
+} // namespace
+
+// The example in a real window, worked from outside like a user would. Each row
+// leaves a picture of the screen in the build folder.
+class CanvasTourTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void tellsWhatIsWrong_data();
+    void tellsWhatIsWrong();
+
+    void init() { lines.clear(); }
+    void cleanup();
+    void pen_data() { scales(); }
+    void pen();
+    void eraser_data() { scales(); }
+    void eraser();
+    void markers_data();
+    void markers();
+    void blueMarker_data() { scales(); }
+    void blueMarker();
+    void brushes_data();
+    void brushes();
+    void hand_data() { scales(); }
+    void hand();
+    void smartWireMarker_data() { scales(); }
+    void smartWireMarker();
+    void withoutAnAction_data();
+    void withoutAnAction();
+    void sizesGoThroughTheSettings_data() { scales(); }
+    void sizesGoThroughTheSettings();
+
+private:
+    static void scales();
+    bool startTour(int displayScale);
+    // Through its button; the mode is what the button writes.
+    bool selectTool(const char *mnemonic, int mode);
+    // A point of the photo, in hundredths of its size.
+    QPoint at(int x, int y) const;
+    // What the tour has written since the tool was chosen, or of that what one
+    // signal caused.
+    QStringList output(const char *signal = "");
+    // Looks at the screen until something is to be seen there, and keeps the
+    // picture.
+    template <typename Seen> bool eventually(const Seen &seen);
+    void finish(const char *name);
+
+    XServer server {QSize(2400, 1700)};
+    QTemporaryDir folder;
+    QProcess tour;
+    QString window;
+    QStringList lines;
+    int scale = 1;
+    QRect area; // of the photo, on the screen
+    QImage screen;
+};
+
+void CanvasTourTest::scales()
+{
+    QTest::addColumn<int>("displayScale");
+    QTest::newRow("ordinary display") << 1;
+    QTest::newRow("dense display") << 2;
+}
+
+void CanvasTourTest::initTestCase()
+{
+    const QString missing = XServer::missingProgram();
+    if (!missing.isEmpty())
+        QSKIP(qPrintable(missing + QStringLiteral(" is not installed")));
+    QVERIFY2(server.start(), qPrintable(server.errorString()));
+    QVERIFY(photo().save(folder.filePath(QStringLiteral("photo.png"))));
+    QVERIFY(QDir().mkpath(QStringLiteral(SCREENSHOTS)));
+}
+
+void CanvasTourTest::tellsWhatIsWrong_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("message");
+    const QString here = QStringLiteral(__FILE__);
+    QTest::newRow("no picture") << QStringList() << 2 << QByteArray("usage: canvas-tour PICTURE");
+    QTest::newRow("two pictures") << QStringList({here, here}) << 2
+                                  << QByteArray("usage: canvas-tour PICTURE");
+    QTest::newRow("missing file") << QStringList(QStringLiteral("/nowhere/photo.png")) << 1
+                                  << QByteArray("cannot read /nowhere/photo.png: File not found");
+    QTest::newRow("no picture in it")
+        << QStringList(here) << 1 << QByteArray("Unsupported image format");
+}
+
+void CanvasTourTest::tellsWhatIsWrong()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, message);
+    tour.setProcessEnvironment(server.environment());
+    tour.start(QStringLiteral(CANVAS_TOUR), arguments);
+    QVERIFY(tour.waitForFinished());
+    QCOMPARE(tour.exitCode(), exitCode);
+    const QByteArray said = tour.readAllStandardError();
+    QVERIFY2(said.contains(message), said.constData());
+}
+
+bool CanvasTourTest::startTour(int displayScale)
+{
+    scale = displayScale;
+    QProcessEnvironment environment = server.environment();
+    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scale));
+    tour.setProcessEnvironment(environment);
+    tour.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    tour.start(QStringLiteral(CANVAS_TOUR), {folder.filePath(QStringLiteral("photo.png"))});
+    window = server.waitForWindow(QStringLiteral("^Canvas tour$"));
+    // Drawn, and at rest in its place on the screen.
+    QRect before;
+    return !window.isEmpty() && server.activate(window) && eventually([&] {
+        before = area;
+        area = findPhoto(screen);
+        return area.height() > 200 * scale && area == before;
+    });
+}
+
+// Closes the window, as its user would, and wants a clean end.
+void CanvasTourTest::cleanup()
+{
+    if (tour.state() == QProcess::NotRunning)
+        return;
+    QVERIFY2(server.key({QStringLiteral("alt+F4")}), qPrintable(server.errorString()));
+    QVERIFY(tour.waitForFinished());
+    QCOMPARE(tour.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(tour.exitCode(), 0);
+}
+
+bool CanvasTourTest::selectTool(const char *mnemonic, int mode)
+{
+    lines.clear();
+    const QString chosen = QStringLiteral("toolMode %1").arg(mode);
+    const bool done = server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)})
+        && QTest::qWaitFor([&] { return output().contains(chosen); }, 30000);
+    lines.clear();
+    return done;
+}
+
+QPoint CanvasTourTest::at(int x, int y) const
+{
+    return area.topLeft() + QPoint(area.width() * x / 100, area.height() * y / 100);
+}
+
+QStringList CanvasTourTest::output(const char *signal)
+{
+    while (tour.canReadLine())
+        lines.append(QString::fromLocal8Bit(tour.readLine()).trimmed());
+    return lines.filter(QRegularExpression(QStringLiteral("^%1").arg(QLatin1String(signal))));
+}
+
+template <typename Seen> bool CanvasTourTest::eventually(const Seen &seen)
+{
+    return QTest::qWaitFor(
+        [&] {
+            screen = server.screenshot();
+            return !screen.isNull() && seen();
+        },
+        30000);
+}
+
+void CanvasTourTest::finish(const char *name)
+{
+    const QString file =
+        QStringLiteral(SCREENSHOTS "/%1-%2x.png").arg(QLatin1String(name)).arg(scale);
+    const QRect content = server.geometry(window);
+    QVERIFY(screen.copy(content).save(file));
+}
+
+void CanvasTourTest::pen()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("p", 1));
+    QVERIFY(server.drag({at(20, 20), at(80, 20), at(50, 60), at(20, 80)}));
+    QTRY_COMPARE(output("ProgressStage").value(lines.size() - 1),
+                 QStringLiteral("ProgressStage Released"));
+    QCOMPARE(lines.first(), QStringLiteral("ProgressStage mouse moved"));
+    QCOMPARE(lines.value(1), QStringLiteral("ProgressStage path empty"));
+    QCOMPARE(lines.count(QStringLiteral("ProgressStage path z is 0")), 3);
+    // The first line alone has a pixel for every one of its columns.
+    const int least = area.width() * 60 / 100;
+    QVERIFY(eventually([&] { return count(screen, area, yellow) > least; }));
+    // One device pixel wide on a dense display too.
+    QCOMPARE(count(screen, QRect(at(50, 20) - QPoint(0, 4), QSize(1, 9)), yellow), 1);
+    finish("pen");
+}
+
+void CanvasTourTest::eraser()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("k", 3));
+    QVERIFY(server.drag({at(20, 20), at(30, 40), at(60, 60)}));
+    const QRect first(at(28, 38), at(40, 52));
+    const QRect second(at(58, 58), at(70, 72));
+    QVERIFY(eventually(
+        [&] { return count(screen, first, green) > 50 && count(screen, second, green) > 50; }));
+    const int whole = count(screen, second, green);
+    QVERIFY(selectTool("e", 2));
+    QVERIFY(server.click(at(30, 40) + QPoint(4, 4) * scale));
+    QVERIFY(eventually([&] { return count(screen, first, green) == 0; }));
+    QCOMPARE(count(screen, second, green), whole);
+    QVERIFY(output().isEmpty());
+    finish("eraser");
+}
+
+void CanvasTourTest::markers_data()
+{
+    QTest::addColumn<QByteArray>("mnemonic");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QRgb>("colour");
+    QTest::addColumn<int>("displayScale");
+    for (const int displayScale : {1, 2}) {
+        QTest::addRow("keep marker, %dx", displayScale)
+            << QByteArray("k") << 3 << green << displayScale;
+        QTest::addRow("remove marker, %dx", displayScale)
+            << QByteArray("r") << 4 << red << displayScale;
+    }
+}
+
+void CanvasTourTest::markers()
+{
+    QFETCH(QByteArray, mnemonic);
+    QFETCH(int, mode);
+    QFETCH(QRgb, colour);
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool(mnemonic, mode));
+    QVERIFY(server.drag({at(20, 20), at(30, 30), at(50, 50), at(70, 60)}));
+    // Three stamps of 10 by 10 scene units, on a photo of 480.
+    const double unit = area.width() / 480.0;
+    const double square = 10 * unit * 10 * unit;
+    QVERIFY(eventually([&] { return count(screen, area, colour) > 3 * square * 0.7; }));
+    QVERIFY(count(screen, area, colour) < 3 * (square + 44 * unit));
+    QCOMPARE(screen.pixel(at(50, 50) + QPoint(5, 5) * unit) & RGB_MASK, colour & RGB_MASK);
+    finish(mnemonic == "k" ? "keep-marker" : "remove-marker");
+}
+
+void CanvasTourTest::blueMarker()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    const QImage before = screen;
+    QVERIFY(selectTool("b", 8));
+    QList<QPoint> strokes;
+    for (int i = 0; i < 40; ++i)
+        strokes.append(at(30, 30) + QPoint(i, i / 4) * scale);
+    QVERIFY(server.drag(strokes));
+    const auto bluer = [&](QPoint p) {
+        return qBlue(screen.pixel(p)) > qBlue(before.pixel(p))
+            && qRed(screen.pixel(p)) < qRed(before.pixel(p));
+    };
+    QVERIFY(eventually([&] { return bluer(strokes[5]) && bluer(strokes[20]); }));
+    QVERIFY(output().isEmpty());
+    finish("blue-marker");
+}
+
+void CanvasTourTest::brushes_data()
+{
+    QTest::addColumn<QByteArray>("mnemonic");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("displayScale");
+    for (const int displayScale : {1, 2}) {
+        QTest::addRow("keep brush, %dx", displayScale)
+            << QByteArray("u") << 5 << QStringLiteral("keep") << displayScale;
+        QTest::addRow("remove brush, %dx", displayScale)
+            << QByteArray("m") << 6 << QStringLiteral("remove") << displayScale;
+    }
+}
+
+void CanvasTourTest::brushes()
+{
+    QFETCH(QByteArray, mnemonic);
+    QFETCH(int, mode);
+    QFETCH(QString, name);
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool(mnemonic, mode));
+    QVERIFY(server.drag({at(30, 30), at(40, 40), at(50, 50)}));
+    // On a photo of 480 by 360; the last report is of the last position.
+    const auto reported = [&](const QString &line, QPointF pointer) {
+        return line.contains(name) && (reportedRect(line).center() - pointer).manhattanLength() < 6;
+    };
+    QTRY_VERIFY(reported(output("AnyBrush").value(lines.size() - 1), {240, 180}));
+    QVERIFY2(reported(lines.first(), {144, 108}), qPrintable(lines.first()));
+    QVERIFY(lines.size() > 1);
+    for (int i = 0; i < lines.size(); ++i)
+        QCOMPARE(lines[i].endsWith(QStringLiteral(" now")), i == 0);
+    const QRect around(at(50, 50) - QPoint(8, 8) * scale, QSize(16, 16) * scale);
+    QVERIFY(eventually([&] { return count(screen, around, black) > 15 * scale; }));
+    finish(qPrintable(name + QStringLiteral("-brush")));
+}
+
+void CanvasTourTest::hand()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    const QRect fitted = area;
+    QVERIFY(server.key(
+        {QStringLiteral("ctrl+plus"), QStringLiteral("ctrl+plus"), QStringLiteral("ctrl+plus")}));
+    QImage before = screen;
+    const QRgb corner = before.pixel(at(15, 15));
+    QVERIFY(eventually([&] {
+        return screen.pixel(at(15, 15)) != corner && screen == std::exchange(before, screen);
+    }));
+    QVERIFY(selectTool("h", 7));
+    const QPoint from = fitted.center(), to = from - QPoint(60, 40) * scale;
+    QVERIFY(server.drag({from, from - QPoint(20, 30) * scale, to}));
+    QTRY_VERIFY(!output("HandTool").isEmpty());
+    // What was under the pointer has come with it.
+    QVERIFY(!alike(before.pixel(from), before.pixel(to), 3));
+    QVERIFY(eventually([&] { return alike(screen.pixel(to), before.pixel(from), 3); }));
+    finish("hand");
+}
+
+void CanvasTourTest::smartWireMarker()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    const QImage before = screen;
+    QVERIFY(selectTool("s", 11));
+    QList<QPoint> wire;
+    for (int i = 0; i <= 30; ++i)
+        wire.append(at(30, 40) + QPoint(6 * i, i) * scale);
+    QVERIFY(server.drag(wire));
+    QTRY_VERIFY(output("WireMarker").size() > 4);
+    QCOMPARE(output("SmartSelect.* pressed$").size(), 1);
+    // Red with alpha 150 over the photo.
+    const auto isMarked = [&](QPoint p) {
+        const QRgb under = before.pixel(p);
+        const auto mixed = [](int colour, int below) { return (colour * 150 + below * 105) / 255; };
+        const QRgb expected =
+            qRgb(mixed(255, qRed(under)), mixed(0, qGreen(under)), mixed(0, qBlue(under)));
+        return alike(screen.pixel(p), expected, 4);
+    };
+    // Where the toolkit merged moves there are gaps: look at what was reported.
+    const auto onScreen = [&](const QString &line) {
+        return area.topLeft() + (reportedRect(line).center() * area.width() / 480.0).toPoint();
+    };
+    const QPoint start = onScreen(output("SmartSelect.* pressed").first());
+    const QPoint middle = onScreen(output("SmartSelect").at(3));
+    QVERIFY(eventually([&] { return isMarked(start) && isMarked(middle); }));
+    QVERIFY(server.click(start, 3));
+    QTRY_COMPARE(output("SmartSelect.* pressed right").size(), 1);
+    server.moveTo(at(50, 50)); // the outline away
+    QVERIFY(eventually([&] { return alike(screen.pixel(start), before.pixel(start), 1); }));
+    QVERIFY(isMarked(middle));
+    finish("smart-wire-marker");
+}
+
+void CanvasTourTest::withoutAnAction_data()
+{
+    QTest::addColumn<QByteArray>("mnemonic");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("no tool") << QByteArray("n") << 0 << QByteArray("no-tool");
+    QTest::newRow("wire marker") << QByteArray("w") << 9 << QByteArray("wire-marker");
+    QTest::newRow("wire eraser") << QByteArray("i") << 10 << QByteArray("wire-eraser");
+}
+
+void CanvasTourTest::withoutAnAction()
+{
+    QFETCH(QByteArray, mnemonic);
+    QFETCH(int, mode);
+    QFETCH(QByteArray, name);
+    QVERIFY2(startTour(1), qPrintable(server.errorString()));
+    const QImage before = screen.copy(area);
+    QVERIFY(selectTool(mnemonic, mode));
+    QVERIFY(server.drag({at(30, 30), at(50, 50)}));
+    // The same tool again tells when all of that has been handled.
+    QVERIFY(server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)}));
+    QTRY_VERIFY(!output().isEmpty());
+    QCOMPARE(lines, QStringList(QStringLiteral("toolMode %1").arg(mode)));
+    QVERIFY(eventually([&] { return screen.copy(area) == before; }));
+    finish(name);
+}
+
+// The buttons are one stop of Tab, the check box is the next, then comes the
+// size of the keep marker.
+void CanvasTourTest::sizesGoThroughTheSettings()
+{
+    QFETCH(int, displayScale);
+    QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
+    QVERIFY(selectTool("k", 3));
+    const auto stored = [] {
+        return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Crayvell"),
+                         QStringLiteral("canvas-tour"))
+            .value(QStringLiteral("KEEPMSIZE"))
+            .toInt();
+    };
+    const int size = displayScale == 1 ? 40 : 30;
+    QVERIFY(server.key({QStringLiteral("Tab"), QStringLiteral("Tab"), QStringLiteral("ctrl+a")}));
+    QVERIFY(server.type(QString::number(size)));
+    QVERIFY(server.drag({at(20, 20), at(40, 40)}));
+    const double side = size * area.width() / 480.0;
+    QVERIFY(eventually([&] { return count(screen, area, green) > side * side * 0.95; }));
+    QVERIFY(count(screen, area, green) < side * side * 1.15);
+    finish("sizes");
+    QVERIFY(server.key({QStringLiteral("alt+F4")}));
+    QVERIFY(tour.waitForFinished());
+    QCOMPARE(stored(), size);
+}
+
+CRAYVELL_TEST_MAIN(CanvasTourTest)
+#include "tst_canvastour.moc"
