@@ -36,11 +36,13 @@ class QSettings;
 //
 // The outline is an unfilled black ellipse at z 20, one for the brushes, the
 // blue marker and the wire smart marker. It appears with the first move whose
-// rectangle lies in the scene and follows the pointer; a move out of the scene
-// or the pointer leaving the view takes it out, and the next move inside makes a
-// new one. Choosing another tool leaves it where it is, as releasing a button
-// does. The eraser can take it out like any ellipse; it is then missing, with a
-// warning from the scene, until the pointer has left the view once.
+// rectangle lies in the scene (for the wire smart marker: touches it) and
+// follows the pointer; a move out of the scene or the pointer leaving the view
+// takes it out, and the next move inside makes a new one. Choosing another tool
+// leaves it where it is, as releasing a button does. The eraser can take it out
+// like any ellipse; it is then missing until the pointer has left the view
+// once, which the scene answers with a warning. It also warns of each item that
+// the eraser meets and leaves.
 //
 // A host may clear, replace or delete its scene at any time, in the middle of a
 // drag and in a slot connected to one of the signals too: the view's pointers
