@@ -302,11 +302,11 @@ void GaussianBlurTest::unusualSigmasEqualTheReference()
     QFETCH(double, sigma);
     QFETCH(bool, hasSteps);
     QCOMPARE(!sketch::BlurPlan(size, sigma).steps.empty(), hasSteps);
-    const QImage pictures[] {noise(size + 45, size + 3, 3), flatAreas(9, size + 2)};
-    for (const QImage &picture : pictures) {
-        const QString wrong = differenceFromReference(picture, size, sigma);
-        QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
-    }
+    QString wrong = differenceFromReference(noise(size + 20, size + 3, 3), size, sigma);
+    if (wrong.isEmpty())
+        wrong = differenceFromReference(flatAreas(9, size + 2).copy(0, 0, size + 70, size + 2),
+                                        size, sigma);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
 }
 
 // Without them columns take as long as in plain code.
