@@ -220,13 +220,13 @@ HWY_INLINE VLongs highLevel(VLongs sum)
     return hn::And(hn::ShiftRight<toHighHalf>(sum), hn::Set(Longs(), 0xffU << (levelShift + 16)));
 }
 
-struct Levels3
+struct RowLevels
 {
     VLongs blueRed;
     VLongs green; // in the low half
 };
 
-HWY_INLINE Levels3 levelsOf(const Sums &sums)
+HWY_INLINE RowLevels levelsOf(const Sums &sums)
 {
     return {hn::Or(lowLevel(sums.blue), highLevel(sums.red)), lowLevel(sums.green)};
 }
@@ -266,7 +266,7 @@ HWY_INLINE VWords isEven(VLongs unevenHalves)
 
 // One level less where the area is flat and the level lossy.
 HWY_INLINE void settleFlat(const uint32_t *blueRed, const uint32_t *green, const BlurPlan &plan,
-                           VWords evenBlueRed, VWords evenGreen, Levels3 &levels)
+                           VWords evenBlueRed, VWords evenGreen, RowLevels &levels)
 {
     const Longs d;
     const VLongs one = hn::Set(d, 0x00010001U << levelShift);
@@ -305,7 +305,7 @@ HWY_INLINE VLongs settleChance(const uint32_t *words, int shift, const BlurPlan 
 // Sees to a vector in which a fraction is so small that the integer part may be
 // one too large.
 HWY_INLINE void settle(const uint32_t *blueRed, const uint32_t *green, const BlurPlan &plan,
-                       const Sums &sums, Levels3 &levels)
+                       const Sums &sums, RowLevels &levels)
 {
     const Longs d;
     const Ints i;
@@ -341,8 +341,8 @@ HWY_INLINE void blurBlock(const uint32_t *blueRed, const uint32_t *green, const 
         add(first, products(pairs(blueRed, j), pairs(green, j), weight));
         add(last, products(pairs(blueRed + lanes, j), pairs(green + lanes, j), weight));
     }
-    Levels3 a = levelsOf(first);
-    Levels3 b = levelsOf(last);
+    RowLevels a = levelsOf(first);
+    RowLevels b = levelsOf(last);
     const VLongs smallest = hn::Min(smallestFraction(first), smallestFraction(last));
     if (!hn::AllFalse(Ints(), isBelow(smallest, plan.doubtful))) {
         settle(blueRed, green, plan, first, a);
@@ -371,7 +371,7 @@ HWY_INLINE VWords stepped(VWords level, const BlurStep &step)
     return hn::ShiftRightSame(product, step.shift);
 }
 
-struct Block
+struct ColumnLevels
 {
     VWords first;
     VWords last;
@@ -379,15 +379,15 @@ struct Block
 };
 
 // above and below: pointers to the rows, by their distance from the centre.
-HWY_INLINE Block columnSums(const quint16 *const *above, const quint16 *const *below,
-                            const std::vector<BlurStep> &steps, std::size_t at)
+HWY_INLINE ColumnLevels columnSums(const quint16 *const *above, const quint16 *const *below,
+                                   const std::vector<BlurStep> &steps, std::size_t at)
 {
     const Words d;
     const std::size_t lanes = hn::Lanes(d);
     const quint16 *const centre = above[0] + at;
-    Block sum {stepped(hn::Load(d, centre), steps[0]),
-               stepped(hn::Load(d, centre + lanes), steps[0]),
-               stepped(hn::Load(d, centre + 2 * lanes), steps[0])};
+    ColumnLevels sum {stepped(hn::Load(d, centre), steps[0]),
+                      stepped(hn::Load(d, centre + lanes), steps[0]),
+                      stepped(hn::Load(d, centre + 2 * lanes), steps[0])};
     for (std::size_t j = 1; j < steps.size(); ++j) {
         const auto pair = [&](std::size_t i) HWY_ATTR {
             return hn::Add(hn::Load(d, above[j] + at + i), hn::Load(d, below[j] + at + i));
@@ -400,7 +400,7 @@ HWY_INLINE Block columnSums(const quint16 *const *above, const quint16 *const *b
 }
 
 // Puts the low bytes of the levels into two vectors of pixels.
-HWY_INLINE void storeColours(const Block &sum, uint32_t *pixels)
+HWY_INLINE void storeColours(const ColumnLevels &sum, uint32_t *pixels)
 {
     const Longs d;
     const VLongs blueRed = hn::Set(d, 0x00ff00ff);
@@ -430,7 +430,7 @@ HWY_INLINE void blurColumns(BlurredRows &rows, int y, const BlurPlan &plan, std:
     const std::size_t block = 2 * hn::Lanes(Longs()); // pixels
     std::size_t x = 0;
     for (; x + block <= width; x += block) {
-        const Block sum = columnSums(above.data(), below.data(), plan.steps, 3 * x);
+        const ColumnLevels sum = columnSums(above.data(), below.data(), plan.steps, 3 * x);
         storeColours(sum, reinterpret_cast<uint32_t *>(pixels) + x);
     }
     if (x < width) {

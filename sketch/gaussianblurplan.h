@@ -45,9 +45,10 @@ struct BlurStep
 // pairs are twice the centre, in flat areas and even slopes, because the weights
 // sum to one. There the result depends on the centre alone.
 //
-// Columns. Sum and product can be truncated apart, as long as no product lies so
-// close below a whole number that adding it to 255 rounds it up. Weights so
-// large a sigma that this happens have no steps.
+// Columns. The product can be truncated before it is added, as long as none lies
+// so close below a whole number that adding it to 255 rounds it up. Where one
+// does (equal weights, from a sigma of some 100,000 on), or where the centre
+// weighs less than 1/512, there are no steps and columns take doubles.
 struct BlurPlan
 {
     static constexpr int fractionBits = 23; // sums stay below 512

@@ -4,7 +4,6 @@
 // own way and blurs alpha too.
 
 #include <cmath>
-#include <cstring>
 
 #include "bench/support/benchmain.h"
 #include "sketch/gaussianblur.h"
@@ -21,6 +20,7 @@ constexpr double sigma = 1;
 
 using Blur = void (*)(QImage *, QImage *, int, double);
 
+// The engine's blur, or another of the same result, into a second picture.
 void separate(benchmark::State &state, const QImage &photo, Blur function)
 {
     QImage source = photo.copy();
@@ -32,31 +32,6 @@ void separate(benchmark::State &state, const QImage &photo, Blur function)
         state.SkipWithError("not the reference's result");
     for (auto _ : state) {
         function(&source, &actual, taps, sigma);
-        benchmark::ClobberMemory();
-    }
-    bench::countPixels(state, photo.size());
-}
-
-void inPlace(benchmark::State &state, const QImage &photo)
-{
-    QImage expected = photo.copy();
-    reference::blur(&expected, &expected, taps, sigma);
-    QImage actual = photo.copy();
-    blur(&actual, &actual, taps, sigma);
-    if (actual != expected)
-        state.SkipWithError("not the reference's result");
-    for (auto _ : state) {
-        blur(&actual, &actual, taps, sigma);
-        benchmark::ClobberMemory();
-    }
-    bench::countPixels(state, photo.size());
-}
-
-void copy(benchmark::State &state, const QImage &photo)
-{
-    std::vector<uchar> bytes(static_cast<std::size_t>(photo.sizeInBytes()));
-    for (auto _ : state) {
-        std::memcpy(bytes.data(), photo.constBits(), bytes.size());
         benchmark::ClobberMemory();
     }
     bench::countPixels(state, photo.size());
@@ -100,18 +75,14 @@ int main(int argc, char **argv)
         benchmark::RegisterBenchmark((name + suffix).c_str(), function)
             ->Unit(benchmark::kMillisecond);
     };
-    add("copy", [&](benchmark::State &state) { copy(state, photo); });
     add("blur/plain", [&](benchmark::State &state) { separate(state, photo, reference::blur); });
     add("blur/rows", [&](benchmark::State &state) { separate(state, photo, blur); });
     add("blur/rows-flat", [&](benchmark::State &state) { separate(state, flat, blur); });
-    add("blur/rows-in-place", [&](benchmark::State &state) { inPlace(state, photo); });
 #ifdef CRAYVELL_OPENCV
     add("blur/opencv", [&](benchmark::State &state) { openCv(state, photo); });
 #endif
     return bench::run(argc, argv,
                       {{"blur/rows" + suffix, "blur/plain" + suffix},
                        {"blur/rows-flat" + suffix, "blur/plain" + suffix},
-                       {"blur/rows-in-place" + suffix, "blur/plain" + suffix},
-                       {"blur/rows" + suffix, "blur/opencv" + suffix},
-                       {"copy" + suffix, "blur/rows" + suffix}});
+                       {"blur/rows" + suffix, "blur/opencv" + suffix}});
 }
