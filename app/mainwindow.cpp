@@ -17,6 +17,7 @@
 #include "app/largepages.h"
 #include "app/photofile.h"
 #include "sketch/edgebuffer.h"
+#include "sketch/gaussianblur.h"
 #include "sketch/levels.h"
 #include "ui_mainwindow.h"
 
@@ -232,6 +233,11 @@ void MainWindow::on_horizontalSlider_2_valueChanged(int)
 void MainWindow::updatePenLevels(QImage &image, int low, int high)
 {
     ::updatePenLevels(image, edgeBuffer, low, high);
+}
+
+void MainWindow::blur(QImage *source, QImage *destination, int size, double sigma)
+{
+    ::blur(source, destination, size, sigma);
 }
 
 void MainWindow::displaysketch()

@@ -57,6 +57,7 @@ private:
     void addPicture(const QPixmap &picture);
     void displaysketch();
     void updatePenLevels(QImage &image, int low, int high);
+    void blur(QImage *source, QImage *destination, int size, double sigma);
     void detectwire();
     void colorsobel();
 
