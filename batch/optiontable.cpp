@@ -102,7 +102,7 @@ const OptionEntry table[] = {
      "Take the names of photos and folders from FILE, one a line, after those on the command "
      "line. With - they come from standard input.",
      setName<&Options::photoList>},
-    {0, "null", nullptr, none, nullptr, true, "its names end with NUL",
+    {0, "null", nullptr, none, nullptr, true, "NUL ends each name",
      "The names in the list of --files-from end with a NUL byte, not with a line's end, as "
      "find -print0 writes them.",
      setFlag<&Options::nullSeparated>},
