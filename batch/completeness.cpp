@@ -43,6 +43,21 @@ bool isCutWebP(QIODevice &device)
     return header.size() < frame || number<quint32>(header, 4) + frame > device.size();
 }
 
+// The last byte of the last chunk must be there, too.
+bool isCutPng(QIODevice &device)
+{
+    constexpr qint64 signature = 8;
+    constexpr qint64 frame = 12; // length, type and checksum
+    for (qint64 at = signature; at + frame <= device.size();) {
+        device.seek(at);
+        const QByteArray head = device.read(8);
+        at += frame + qFromBigEndian<quint32>(head.constData());
+        if (head.endsWith("IEND"))
+            return at > device.size();
+    }
+    return true;
+}
+
 // Walks over the blocks of a GIF up to the end of its first picture.
 class GifWalk {
 public:
@@ -94,26 +109,28 @@ private:
     int m_last = -1;
 };
 
-bool isCutGif(QIODevice &device)
+bool endsTooEarly(QIODevice &device, PhotoFormat format)
 {
-    const qint64 position = device.pos();
-    const bool complete = GifWalk(device).reachesEndOfPicture();
-    device.seek(position);
-    return !complete;
+    switch (format) {
+    case PhotoFormat::Bmp:
+        return isCutBmp(device);
+    case PhotoFormat::Gif:
+        return !GifWalk(device).reachesEndOfPicture();
+    case PhotoFormat::Png:
+        return isCutPng(device);
+    case PhotoFormat::WebP:
+        return isCutWebP(device);
+    default:
+        return false;
+    }
 }
 
 } // namespace
 
 bool isCutShort(QIODevice &device, PhotoFormat format)
 {
-    switch (format) {
-    case PhotoFormat::Bmp:
-        return isCutBmp(device);
-    case PhotoFormat::Gif:
-        return isCutGif(device);
-    case PhotoFormat::WebP:
-        return isCutWebP(device);
-    default:
-        return false;
-    }
+    device.seek(0);
+    const bool cut = endsTooEarly(device, format);
+    device.seek(0);
+    return cut;
 }

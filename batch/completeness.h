@@ -5,5 +5,5 @@
 class QIODevice;
 
 // Whether a file ends before its picture does, for the formats whose readers
-// would not notice: BMP, GIF and WebP. Leaves the device where it was.
+// may not notice: PNG, BMP, GIF and WebP. Leaves the device at its beginning.
 bool isCutShort(QIODevice &device, PhotoFormat format);

@@ -11,6 +11,7 @@
 #include "batch/commandline.h"
 #include "batch/helptext.h"
 #include "batch/interruption.h"
+#include "batch/standardstreams.h"
 
 namespace {
 
@@ -30,8 +31,8 @@ void dropMessage(QtMsgType, const QMessageLogContext &, const QString &)
 
 int complain(const char *what)
 {
-    std::cerr << programName << ": " << printable(what) << "\nTry '" << programName
-              << " --help'.\n";
+    const std::string name = programName;
+    writeMessage(name + ": " + printable(what) + "\nTry '" + name + " --help'.\n");
     return static_cast<int>(ExitCode::WrongUsage);
 }
 
@@ -57,6 +58,7 @@ int main(int argc, char *argv[])
             std::cout << programName << " " << CRAYVELL_VERSION << "\n";
             return 0;
         }
+        settleStandardStreams();
         ensureUtf8Locale();
         qInstallMessageHandler(dropMessage);
         const QCoreApplication application(argc, argv);

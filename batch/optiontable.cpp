@@ -97,8 +97,7 @@ const OptionEntry table[] = {
      "Take the photos of all folders below the folders given, too. Hidden files and folders, and "
      "links to folders, are left out.",
      setFlag<&Options::recursive>},
-    {0, "files-from", "FILE", ArgumentKind::File, nullptr, false,
-     "take photos from a list",
+    {0, "files-from", "FILE", ArgumentKind::File, nullptr, false, "take photos from a list",
      "Take the names of photos and folders from FILE, one a line, after those on the command "
      "line. With - they come from standard input.",
      setName<&Options::photoList>},

@@ -4,10 +4,13 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include "batch/standardstreams.h"
 
 namespace {
 
@@ -18,7 +21,7 @@ constexpr int barText = 48; // columns for the numbers behind the bar
 bool terminalCanRedraw()
 {
     const char *const terminal = std::getenv("TERM");
-    return isatty(STDERR_FILENO) && terminal && *terminal && std::string(terminal) != "dumb";
+    return isatty(messageDescriptor()) && terminal && *terminal && std::string(terminal) != "dumb";
 }
 
 // See no-color.org: any value that is not empty counts.
@@ -31,7 +34,7 @@ bool wantsColours()
 int terminalColumns()
 {
     winsize size {};
-    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const bool known = ioctl(messageDescriptor(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : 80;
 }
 
@@ -69,6 +72,11 @@ std::string minutes(double seconds)
 }
 
 } // namespace
+
+void writeMessage(const std::string &text)
+{
+    writeAll(messageDescriptor(), text);
+}
 
 std::string printable(const std::string &name)
 {
@@ -185,13 +193,13 @@ void Reporter::silence()
 void Reporter::writeLine(const std::string &line)
 {
     clearBar();
-    writeAll(STDERR_FILENO, line + '\n');
+    writeMessage(line + '\n');
 }
 
 void Reporter::clearBar()
 {
     if (m_barIsDrawn)
-        writeAll(STDERR_FILENO, "\r\x1b[K");
+        writeMessage("\r\x1b[K");
     m_barIsDrawn = false;
 }
 
@@ -212,6 +220,6 @@ void Reporter::drawBar()
         const auto left = static_cast<double>(m_total - m_ended);
         text += speed + minutes(seconds * left / static_cast<double>(m_ended)) + " left";
     }
-    writeAll(STDERR_FILENO, text + "\x1b[K");
+    writeMessage(text + "\x1b[K");
     m_barIsDrawn = true;
 }

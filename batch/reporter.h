@@ -43,3 +43,6 @@ private:
 // A file name for a line of text: control characters, which could break the line
 // or steer the terminal, are written as \n, \t or octal, a backslash doubled.
 std::string printable(const std::string &name);
+
+// Writes text to where messages go, whole or, where nobody listens, not at all.
+void writeMessage(const std::string &text);
