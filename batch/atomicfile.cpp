@@ -8,6 +8,7 @@
 #include <random>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "batch/photoerror.h"
 #include "batch/temporaries.h"
@@ -61,7 +62,7 @@ AtomicFile::AtomicFile(const std::string &path)
     if (m_descriptor >= 0 && access(descriptorPath(m_descriptor).c_str(), F_OK) == 0)
         return;
     if (m_descriptor >= 0)
-        close(m_descriptor);
+        close(std::exchange(m_descriptor, -1));
     openNamed();
 }
 

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <random>
+#include <unistd.h>
 
 #include "tests/batch/batchprocess.h"
 #include "tests/batch/testphotos.h"
@@ -21,6 +22,9 @@ QString sketchName(int index)
     return QStringLiteral("out/%1.jpg").arg(index);
 }
 
+// Begins a command of the shell that ends with a single quote.
+const QString hiddenProc = QStringLiteral("unshare -m sh -c 'mount -t tmpfs none /proc && ");
+
 } // namespace
 
 // Stopped at any moment, every output is old, new or absent.
@@ -33,12 +37,14 @@ private slots:
     void killedFiftyTimes();
     void interrupted_data();
     void interrupted();
-    void interruptedWithoutUnnamedFiles();
+    void interruptedWithNamedFiles();
+    void namedFilesKeepTheRules();
     void hangUpIsIgnoredUnderNohup();
 
 private:
     void fill(BatchProcess &batch) const;
     void start(QProcess &process, const BatchProcess &batch, const QStringList &arguments) const;
+    static bool canHideProc(BatchProcess &batch);
     void compareOutputs(const BatchProcess &batch, const QByteArray &old) const;
 
     QByteArray m_photos[photoCount];
@@ -146,7 +152,9 @@ void tst_BatchKills::interrupted()
         batch.write(QStringLiteral("p/more%1.jpg").arg(i), m_photos[0]);
     QProcess process;
     start(process, batch, {"-v", "-j", "2", "--output-dir", "out", "p"});
-    QVERIFY(process.waitForReadyRead(20000) || !process.readAllStandardError().isEmpty());
+    process.setReadChannel(QProcess::StandardError);
+    QVERIFY(process.waitForReadyRead(20000));
+    QVERIFY(process.processId() > 0);
     kill(static_cast<pid_t>(process.processId()), signal);
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
@@ -157,38 +165,67 @@ void tst_BatchKills::interrupted()
     QVERIFY(files.filter(".crayvell-").isEmpty());
 }
 
-// Where files cannot do without a name for a while, they must be removed.
-void tst_BatchKills::interruptedWithoutUnnamedFiles()
+// Without /proc a file needs a name from its beginning.
+bool tst_BatchKills::canHideProc(BatchProcess &batch)
+{
+    return geteuid() == 0 && batch.shell(hiddenProc + "\"$batch\" --version'").exitCode == 0;
+}
+
+void tst_BatchKills::interruptedWithNamedFiles()
 {
     BatchProcess batch;
+    if (!canHideProc(batch))
+        QSKIP("hiding /proc needs root and a build without sanitizers");
     fill(batch);
     QProcess process;
     process.setWorkingDirectory(batch.folder.path());
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    variables.insert("CRAYVELL_NAMED_TEMPORARIES", "1");
-    process.setProcessEnvironment(variables);
-    // A fifo that nobody reads as standard output of --json holds the run up.
-    process.start(BatchProcess::program(), {"-j", "2", "--output-dir", "out", "p"});
+    process.start("sh",
+                  {"-c",
+                   "batch=" + BatchProcess::program() + "; export batch; exec " + hiddenProc
+                       + "exec \"$batch\" -j 2 --output-dir out p'"});
     QVERIFY(process.waitForStarted());
+    const auto temporaries = [&] { return batch.files().filter(".crayvell-").size(); };
     QElapsedTimer clock;
     clock.start();
-    while (batch.files().filter(".crayvell-").isEmpty() && clock.elapsed() < 10000
-           && process.state() == QProcess::Running) { }
+    while (temporaries() == 0 && clock.elapsed() < 10000)
+        process.waitForFinished(1);
+    QVERIFY(process.processId() > 0);
     kill(static_cast<pid_t>(process.processId()), SIGTERM);
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), 143);
-    QVERIFY(batch.files().filter(".crayvell-").isEmpty());
+    QCOMPARE(temporaries(), 0);
     compareOutputs(batch, {});
+}
+
+void tst_BatchKills::namedFilesKeepTheRules()
+{
+    BatchProcess batch;
+    if (!canHideProc(batch))
+        QSKIP("hiding /proc needs root and a build without sanitizers");
+    fill(batch);
+    const auto run = [&](const QString &mode) {
+        return batch.shell(hiddenProc + "\"$batch\" " + mode + " --output-dir out p'");
+    };
+    COMPARE_EXIT(run(""), 0);
+    QCOMPARE(batch.contents(sketchName(0)), m_sketches[0]);
+    batch.write(sketchName(1), "mine");
+    COMPARE_EXIT(run(""), 1);
+    QCOMPARE(batch.contents(sketchName(1)), "mine");
+    COMPARE_EXIT(run("--overwrite"), 0);
+    QCOMPARE(batch.contents(sketchName(1)), m_sketches[1]);
+    batch.write("p/0.jpg", m_photos[0].chopped(100));
+    COMPARE_EXIT(run("--overwrite"), 1);
+    QCOMPARE(batch.contents(sketchName(0)), m_sketches[0]);
+    QCOMPARE(batch.files().size(), 2 * photoCount);
 }
 
 void tst_BatchKills::hangUpIsIgnoredUnderNohup()
 {
-    if (QStandardPaths::findExecutable("nohup").isEmpty())
-        QSKIP("nohup is not installed");
     BatchProcess batch;
     fill(batch);
-    const auto outcome = batch.shell(
-        "nohup \"$batch\" --output-dir out p >log 2>&1 & kill -HUP $!; wait $!");
+    // What nohup does, without a moment at which the signal would still count.
+    const auto outcome = batch.shell("trap '' HUP; \"$batch\" --output-dir out p & kill -HUP $!;"
+                                     " wait $!");
     COMPARE_EXIT(outcome, 0);
     compareOutputs(batch, {});
     QCOMPARE(batch.contents(sketchName(photoCount - 1)), m_sketches[photoCount - 1]);

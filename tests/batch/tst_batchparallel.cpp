@@ -43,18 +43,16 @@ void tst_BatchParallel::resumedAfterAKill()
         QSKIP("GNU parallel is not installed");
     const QString common = "find album -name '*.jpg' -print0 | sort -z | HOME=$PWD parallel -0 -j 2"
                            " --joblog log ";
-    const QString command =
-        "\"$batch\" --skip-existing --keep-folders --output-dir out {}";
+    const QString command = "\"$batch\" --skip-existing --keep-folders --output-dir out {}";
     // The fifth job dies by SIGKILL, as a machine that goes down would end it.
-    const auto first = m_batch->shell(
-        common + "'if [ {#} = 5 ]; then kill -KILL $$; fi; exec " + command + "'");
+    const auto first =
+        m_batch->shell(common + "'if [ {#} = 5 ]; then kill -KILL $$; fi; exec " + command + "'");
     COMPARE_EXIT(first, 1);
     QCOMPARE(m_batch->files().filter(QRegularExpression("^out/")).size(), photoCount - 1);
     const auto resumed = m_batch->shell(common + "--resume-failed '" + command + "'");
     COMPARE_EXIT(resumed, 0);
     for (int i = 0; i < photoCount; ++i) {
-        QCOMPARE(m_batch->contents(QStringLiteral("out/album/%1/photo.jpg").arg(i)),
-                 m_sketches[i]);
+        QCOMPARE(m_batch->contents(QStringLiteral("out/album/%1/photo.jpg").arg(i)), m_sketches[i]);
     }
     QCOMPARE(m_batch->files().filter(QRegularExpression("^out/")).size(), photoCount);
 }
