@@ -49,7 +49,7 @@ private:
 
     QByteArray m_photos[photoCount];
     QByteArray m_sketches[photoCount];
-    qint64 m_duration = 0; // of an undisturbed run, milliseconds
+    qint64 m_duration = 0; // of an undisturbed run, microseconds
 };
 
 void tst_BatchKills::initTestCase()
@@ -58,10 +58,13 @@ void tst_BatchKills::initTestCase()
         m_photos[i] = testphotos::jpeg(500 + 10 * i, 400, i);
     BatchProcess batch;
     fill(batch);
-    QElapsedTimer clock;
-    clock.start();
-    COMPARE_EXIT(batch.run({"-j", "2", "--output-dir", "out", "p"}), 0);
-    m_duration = clock.elapsed();
+    // The first run has the program itself to load.
+    for (int i = 0; i < 3; ++i) {
+        QElapsedTimer clock;
+        clock.start();
+        COMPARE_EXIT(batch.run({"-j", "2", "--overwrite", "--output-dir", "out", "p"}), 0);
+        m_duration = clock.nsecsElapsed() / 1000;
+    }
     for (int i = 0; i < photoCount; ++i)
         m_sketches[i] = batch.contents(sketchName(i));
 }
@@ -103,9 +106,10 @@ void tst_BatchKills::killedFiftyTimes()
     QFETCH(QStringList, mode);
     QFETCH(QByteArray, old);
     std::mt19937 random(1); // the moments differ anyway, with the machine's load
-    std::uniform_int_distribution<qint64> moment(0, m_duration * 5 / 4 * 1000);
+    std::uniform_int_distribution<qint64> moment(0, m_duration);
     int killed = 0;
-    for (int i = 0; i < 50; ++i) {
+    for (int run = 0; killed < 50; ++run) {
+        QVERIFY2(run < 500, "the runs end before they are killed");
         BatchProcess batch;
         fill(batch);
         for (int k = 0; k < photoCount && !old.isEmpty(); ++k)
@@ -128,7 +132,6 @@ void tst_BatchKills::killedFiftyTimes()
         for (int k = 0; k < photoCount && old.isEmpty(); ++k)
             QCOMPARE(batch.contents(sketchName(k)), m_sketches[k]);
     }
-    QVERIFY2(killed >= 20, QByteArray::number(killed).constData());
 }
 
 void tst_BatchKills::interrupted_data()
