@@ -5,9 +5,13 @@
 
 namespace {
 
+// A little-endian number; zero beyond the bytes' end.
 template <typename Number> Number number(const QByteArray &bytes, qsizetype offset)
 {
-    return qFromLittleEndian<Number>(bytes.constData() + offset);
+    Number result {};
+    if (offset + qsizetype(sizeof result) <= bytes.size())
+        result = qFromLittleEndian<Number>(bytes.constData() + offset);
+    return result;
 }
 
 // Bytes of the pixels that a BMP's header announces; zero where it announces
