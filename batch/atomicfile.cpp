@@ -134,7 +134,9 @@ void AtomicFile::synchronise()
 
 void AtomicFile::takeOverMode()
 {
-    struct stat old { };
+    struct stat old
+    {
+    };
     if (stat(m_path.c_str(), &old) != 0)
         return;
     if (!S_ISREG(old.st_mode))

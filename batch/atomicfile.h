@@ -9,7 +9,8 @@
 // then it has no name at all where the file system can do that, and otherwise a
 // hidden one, ".crayvell-" and random characters, in the same folder. One that
 // is not published leaves nothing behind.
-class AtomicFile : public ByteSink {
+class AtomicFile : public ByteSink
+{
 public:
     // Makes the folders that are missing. A path that is a symbolic link to a
     // file stands for that file. Throws PhotoError, from here on as well.

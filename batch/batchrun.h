@@ -6,7 +6,8 @@
 #include "batch/reporter.h"
 
 // One run of the program: plans all photos, then works on them.
-class BatchRun {
+class BatchRun
+{
 public:
     // The options must outlive the run.
     BatchRun(const Options &options, Reporter &reporter);

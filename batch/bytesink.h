@@ -3,7 +3,8 @@
 #include <cstddef>
 
 // Takes the bytes of an encoded picture in their order.
-class ByteSink {
+class ByteSink
+{
 public:
     virtual ~ByteSink() = default;
 

@@ -5,7 +5,8 @@
 #include "batch/options.h"
 
 // The command line makes no sense; what() says why, in one line.
-class UsageError : public std::runtime_error {
+class UsageError : public std::runtime_error
+{
 public:
     using std::runtime_error::runtime_error;
 };

@@ -3,20 +3,20 @@
 #include <QIODevice>
 #include <QtEndian>
 
+#include <array>
+
 namespace {
 
-// A little-endian number; zero beyond the bytes' end.
-template <typename Number> Number number(const QByteArray &bytes, qsizetype offset)
+using Header = std::array<char, 38>; // as much as any format here needs
+
+template <typename Number> Number number(const Header &header, std::size_t offset)
 {
-    Number result {};
-    if (offset + qsizetype(sizeof result) <= bytes.size())
-        result = qFromLittleEndian<Number>(bytes.constData() + offset);
-    return result;
+    return qFromLittleEndian<Number>(header.data() + offset);
 }
 
 // Bytes of the pixels that a BMP's header announces; zero where it announces
 // none, as a compressed one may.
-qint64 bmpPixelBytes(const QByteArray &header)
+qint64 bmpPixelBytes(const Header &header)
 {
     const auto headerSize = number<quint32>(header, 14);
     const bool old = headerSize == 12;
@@ -33,9 +33,8 @@ qint64 bmpPixelBytes(const QByteArray &header)
 
 bool isCutBmp(QIODevice &device)
 {
-    constexpr qint64 headerBytes = 38;
-    const QByteArray header = device.peek(headerBytes);
-    if (header.size() < headerBytes)
+    Header header {};
+    if (device.peek(header.data(), header.size()) < static_cast<qint64>(header.size()))
         return true;
     return number<quint32>(header, 10) + bmpPixelBytes(header) > device.size();
 }
@@ -43,8 +42,9 @@ bool isCutBmp(QIODevice &device)
 bool isCutWebP(QIODevice &device)
 {
     constexpr qint64 frame = 8; // the tag and the number itself
-    const QByteArray header = device.peek(frame);
-    return header.size() < frame || number<quint32>(header, 4) + frame > device.size();
+    Header header {};
+    device.peek(header.data(), frame);
+    return number<quint32>(header, 4) + frame > device.size();
 }
 
 // The last byte of the last chunk must be there, too.
@@ -63,7 +63,8 @@ bool isCutPng(QIODevice &device)
 }
 
 // Walks over the blocks of a GIF up to the end of its first picture.
-class GifWalk {
+class GifWalk
+{
 public:
     explicit GifWalk(QIODevice &device)
         : m_device(device)
@@ -116,16 +117,11 @@ private:
 bool endsTooEarly(QIODevice &device, PhotoFormat format)
 {
     switch (format) {
-    case PhotoFormat::Bmp:
-        return isCutBmp(device);
-    case PhotoFormat::Gif:
-        return !GifWalk(device).reachesEndOfPicture();
-    case PhotoFormat::Png:
-        return isCutPng(device);
-    case PhotoFormat::WebP:
-        return isCutWebP(device);
-    default:
-        return false;
+    case PhotoFormat::Bmp: return isCutBmp(device);
+    case PhotoFormat::Gif: return !GifWalk(device).reachesEndOfPicture();
+    case PhotoFormat::Png: return isCutPng(device);
+    case PhotoFormat::WebP: return isCutWebP(device);
+    default: return false;
     }
 }
 

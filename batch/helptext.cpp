@@ -8,7 +8,8 @@ namespace {
 
 constexpr std::size_t helpColumn = 35; // where the explanations begin
 
-struct Example {
+struct Example
+{
     const char *command;
     const char *meaning;
 };
@@ -139,17 +140,13 @@ std::string bashCase(const OptionEntry &entry)
 {
     const std::string pattern = replaced(bashWords(entry), " ", "|");
     switch (entry.kind) {
-    case ArgumentKind::None:
-        return {};
-    case ArgumentKind::File:
-        return "    " + pattern + ") _filedir; return ;;\n";
-    case ArgumentKind::Folder:
-        return "    " + pattern + ") _filedir -d; return ;;\n";
+    case ArgumentKind::None: return {};
+    case ArgumentKind::File: return "    " + pattern + ") _filedir; return ;;\n";
+    case ArgumentKind::Folder: return "    " + pattern + ") _filedir -d; return ;;\n";
     case ArgumentKind::Choice:
         return "    " + pattern + ") COMPREPLY=($(compgen -W " + quoted(entry.choices)
             + " -- \"$cur\")); return ;;\n";
-    case ArgumentKind::Other:
-        break;
+    case ArgumentKind::Other: break;
     }
     return "    " + pattern + ") return ;;\n";
 }
@@ -158,16 +155,11 @@ std::string zshAction(const OptionEntry &entry)
 {
     const std::string name = replaced(entry.argument ? entry.argument : "", "|", " or ");
     switch (entry.kind) {
-    case ArgumentKind::None:
-        return {};
-    case ArgumentKind::File:
-        return ":" + name + ":_files";
-    case ArgumentKind::Folder:
-        return ":" + name + ":_files -/";
-    case ArgumentKind::Choice:
-        return ":" + name + ":(" + entry.choices + ")";
-    case ArgumentKind::Other:
-        break;
+    case ArgumentKind::None: return {};
+    case ArgumentKind::File: return ":" + name + ":_files";
+    case ArgumentKind::Folder: return ":" + name + ":_files -/";
+    case ArgumentKind::Choice: return ":" + name + ":(" + entry.choices + ")";
+    case ArgumentKind::Other: break;
     }
     return ":" + name + ": ";
 }
@@ -175,16 +167,11 @@ std::string zshAction(const OptionEntry &entry)
 std::string fishArgument(const OptionEntry &entry)
 {
     switch (entry.kind) {
-    case ArgumentKind::None:
-        return {};
-    case ArgumentKind::File:
-        return " -r -F";
-    case ArgumentKind::Folder:
-        return " -x -a '(__fish_complete_directories)'";
-    case ArgumentKind::Choice:
-        return " -x -a " + quoted(entry.choices);
-    case ArgumentKind::Other:
-        break;
+    case ArgumentKind::None: return {};
+    case ArgumentKind::File: return " -r -F";
+    case ArgumentKind::Folder: return " -x -a '(__fish_complete_directories)'";
+    case ArgumentKind::Choice: return " -x -a " + quoted(entry.choices);
+    case ArgumentKind::Other: break;
     }
     return " -x";
 }

@@ -26,7 +26,8 @@ ContentKind kindOfFile(const fs::path &path)
     return contentKind(beginning, path.native());
 }
 
-class Collector {
+class Collector
+{
 public:
     explicit Collector(const Options &options)
         : m_options(options)

@@ -6,13 +6,15 @@
 #include "batch/options.h"
 
 // A photo to sketch, found but not yet opened.
-struct InputPhoto {
+struct InputPhoto
+{
     std::string path; // as the user would name it; "-" for standard input
     std::string relative; // its place below the output folder
     std::string problem; // why it cannot be read; empty for nothing known
 };
 
-struct InputList {
+struct InputList
+{
     std::vector<InputPhoto> photos;
     std::vector<std::string> leftOut; // files of folders that are no photos
 };

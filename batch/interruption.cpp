@@ -12,7 +12,9 @@ namespace {
 
 bool isIgnored(int signal)
 {
-    struct sigaction action { };
+    struct sigaction action
+    {
+    };
     return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 

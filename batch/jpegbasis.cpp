@@ -31,15 +31,10 @@ void JpegErrors::onMessage(j_common_ptr jpeg, int level)
     auto *const errors = static_cast<JpegErrors *>(jpeg->err);
     ++errors->num_warnings;
     switch (errors->msg_code) {
-    case JWRN_JPEG_EOF:
-        errors->m_truncated = true;
-        break;
+    case JWRN_JPEG_EOF: errors->m_truncated = true; break;
     case JWRN_HIT_MARKER:
     case JWRN_HUFF_BAD_CODE:
-    case JWRN_MUST_RESYNC:
-        errors->m_damaged = true;
-        break;
-    default:
-        break; // padding between markers and the like, which cameras write
+    case JWRN_MUST_RESYNC: errors->m_damaged = true; break;
+    default: break; // padding between markers and the like, which cameras write
     }
 }

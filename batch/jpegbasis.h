@@ -12,7 +12,8 @@
 
 // Makes libjpeg's errors, from which it must not return, end a step of C++ code,
 // and counts its warnings.
-class JpegErrors : public jpeg_error_mgr {
+class JpegErrors : public jpeg_error_mgr
+{
 public:
     JpegErrors();
     JpegErrors(const JpegErrors &) = delete;

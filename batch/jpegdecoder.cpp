@@ -98,14 +98,9 @@ void JpegDecoder::readHeader()
     jpeg_read_header(&m_jpeg, TRUE);
     switch (m_jpeg.num_components) {
     case 1:
-    case 3:
-        m_jpeg.out_color_space = JCS_EXT_BGRX;
-        break;
-    case 4:
-        m_jpeg.out_color_space = JCS_CMYK;
-        break;
-    default:
-        m_errors.giveUp("it has an unknown number of channels");
+    case 3: m_jpeg.out_color_space = JCS_EXT_BGRX; break;
+    case 4: m_jpeg.out_color_space = JCS_CMYK; break;
+    default: m_errors.giveUp("it has an unknown number of channels");
     }
     jpeg_calc_output_dimensions(&m_jpeg);
 }

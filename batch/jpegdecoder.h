@@ -6,7 +6,8 @@
 // Decodes a JPEG band by band, so that no more than a band is in memory; of a
 // progressive one, its coefficients. Knows where a file is cut short, which the
 // toolkit's reader passes over in silence.
-class JpegDecoder : public PhotoDecoder {
+class JpegDecoder : public PhotoDecoder
+{
 public:
     // The device must outlive the decoder and stand at the file's beginning.
     // Throws PhotoError where it holds no readable header.
@@ -21,7 +22,8 @@ public:
     void finish() override;
 
 private:
-    struct Source : jpeg_source_mgr {
+    struct Source : jpeg_source_mgr
+    {
         QIODevice *device = nullptr;
         std::vector<JOCTET> buffer;
         bool ended = false;

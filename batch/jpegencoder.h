@@ -6,7 +6,8 @@
 #include "batch/sketchencoder.h"
 
 // Writes a baseline JPEG of one channel, as its rows come.
-class JpegEncoder : public SketchEncoder {
+class JpegEncoder : public SketchEncoder
+{
 public:
     JpegEncoder(QSize size, int quality, const ExifBlock &exif, ByteSink &sink);
     ~JpegEncoder() override;
@@ -22,7 +23,8 @@ public:
     static constexpr std::size_t exifCapacity = 65535 - 2 - 6;
 
 private:
-    struct Destination : jpeg_destination_mgr {
+    struct Destination : jpeg_destination_mgr
+    {
         ByteSink *sink = nullptr;
         std::vector<JOCTET> buffer;
         std::exception_ptr failure;

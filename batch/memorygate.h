@@ -7,7 +7,8 @@
 
 // Lets jobs in while the memory they announce stays within a bound, in the order
 // in which they came, so that a large one is not kept waiting by small ones.
-class MemoryGate {
+class MemoryGate
+{
 public:
     explicit MemoryGate(qint64 capacity)
         : m_capacity(capacity)
@@ -16,7 +17,8 @@ public:
     qint64 capacity() const { return m_capacity; }
 
     // A share of the memory, given back with the object.
-    class Share {
+    class Share
+    {
     public:
         // Waits. The need must not exceed the gate's capacity.
         Share(MemoryGate &gate, qint64 need);

@@ -18,7 +18,8 @@ enum class Existing {
 
 // The command line, checked and with its defaults. File names are the bytes that
 // the caller gave, in no particular encoding.
-struct Options {
+struct Options
+{
     std::vector<std::string> photos; // files, folders, or "-" for standard input
     std::string photoList; // --files-from; empty: none
     bool nullSeparated = false;

@@ -10,7 +10,8 @@ enum class ArgumentKind { None, File, Folder, Choice, Other };
 
 // One option. The command line, --help, the manual page and the shells'
 // completions are all made from these entries.
-struct OptionEntry {
+struct OptionEntry
+{
     char shortName; // 0: none
     const char *longName;
     const char *argument; // its name in texts; null: the option takes none

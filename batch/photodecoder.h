@@ -9,7 +9,8 @@
 
 // Gives a photo's pixels row by row, downwards, as its file holds them: not yet
 // turned upright.
-class PhotoDecoder {
+class PhotoDecoder
+{
 public:
     virtual ~PhotoDecoder() = default;
 
@@ -28,7 +29,8 @@ public:
 };
 
 // What a photo's file says about its picture as a whole.
-struct PhotoHeader {
+struct PhotoHeader
+{
     // What turns the stored pixels upright.
     QImageIOHandler::Transformations transformation;
     // Whether the format's reader knows of turned pictures at all. Where it does
@@ -36,7 +38,8 @@ struct PhotoHeader {
     bool knowsOrientation = false;
 };
 
-struct DecodingOptions {
+struct DecodingOptions
+{
     int bandRows; // the most rows asked for at a time
     bool allowTruncated;
 };

@@ -10,7 +10,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
-struct Signature {
+struct Signature
+{
     int offset;
     std::string_view bytes;
     PhotoFormat format;
@@ -123,22 +124,15 @@ ContentKind contentKind(const QByteArray &beginning, const std::string &fileName
 const char *readerName(PhotoFormat format, const QByteArray &beginning)
 {
     switch (format) {
-    case PhotoFormat::Jpeg:
-        return "jpeg";
-    case PhotoFormat::Png:
-        return "png";
-    case PhotoFormat::Tiff:
-        return "tiff";
-    case PhotoFormat::WebP:
-        return "webp";
-    case PhotoFormat::Bmp:
-        return "bmp";
-    case PhotoFormat::Gif:
-        return "gif";
+    case PhotoFormat::Jpeg: return "jpeg";
+    case PhotoFormat::Png: return "png";
+    case PhotoFormat::Tiff: return "tiff";
+    case PhotoFormat::WebP: return "webp";
+    case PhotoFormat::Bmp: return "bmp";
+    case PhotoFormat::Gif: return "gif";
     case PhotoFormat::Ppm:
         return beginning.startsWith("P2") || beginning.startsWith("P5") ? "pgm" : "ppm";
-    case PhotoFormat::Unknown:
-        break;
+    case PhotoFormat::Unknown: break;
     }
     return "";
 }

@@ -7,7 +7,8 @@
 // The kinds of photos that are read. Everything else is refused.
 enum class PhotoFormat { Unknown, Jpeg, Png, Tiff, WebP, Bmp, Gif, Ppm };
 
-struct ContentKind {
+struct ContentKind
+{
     PhotoFormat format = PhotoFormat::Unknown;
     std::string name; // for texts, as in "HEIF"; empty where even that is unknown
 };

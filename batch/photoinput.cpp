@@ -37,7 +37,9 @@ void PhotoInput::openFile()
         close(descriptor);
         fail();
     }
-    struct stat status { };
+    struct stat status
+    {
+    };
     if (fstat(descriptor, &status) != 0)
         fail();
     if (!S_ISREG(status.st_mode))

@@ -8,7 +8,8 @@
 #include <string>
 
 // One photo's bytes, open for reading from their beginning.
-class PhotoInput {
+class PhotoInput
+{
 public:
     // A regular file, or standard input for "-", which is read to its end and
     // refused beyond mostBytes. Throws PhotoError.

@@ -39,7 +39,8 @@ bool isOlder(const struct stat &file, const struct stat &other)
         < std::pair(other.st_mtim.tv_sec, other.st_mtim.tv_nsec);
 }
 
-class Planner {
+class Planner
+{
 public:
     Planner(const std::vector<InputPhoto> &inputs, const Options &options)
         : m_inputs(inputs)
@@ -77,7 +78,9 @@ private:
             m_photos.push_back({input.path, {}, Step::Fail, input.problem, false});
             return;
         }
-        struct stat status { };
+        struct stat status
+        {
+        };
         if (input.path != "-" && stat(input.path.c_str(), &status) == 0)
             m_byIdentity.try_emplace({status.st_dev, status.st_ino}, m_photos.size());
         m_photos.push_back({input.path, outputOf(input, m_options), Step::Sketch, {}, false});
@@ -85,7 +88,9 @@ private:
 
     void settleExisting(PlannedPhoto &photo) const
     {
-        struct stat status { };
+        struct stat status
+        {
+        };
         if (lstat(photo.output.c_str(), &status) != 0)
             return;
         const bool regular = stat(photo.output.c_str(), &status) == 0 && S_ISREG(status.st_mode);
@@ -93,17 +98,14 @@ private:
         case Existing::Fail:
             refuse(photo, "the output " + photo.output + " exists already");
             return;
-        case Existing::Skip:
-            skip(photo, "the output exists already");
-            return;
+        case Existing::Skip: skip(photo, "the output exists already"); return;
         case Existing::RedoOlder:
             if (regular && !isOlderThanPhoto(status, photo)) {
                 skip(photo, "the output is not older");
                 return;
             }
             break;
-        case Existing::Overwrite:
-            break;
+        case Existing::Overwrite: break;
         }
         if (!regular)
             refuse(photo, "the output " + photo.output + " is no regular file");
@@ -112,7 +114,9 @@ private:
 
     static bool isOlderThanPhoto(const struct stat &output, const PlannedPhoto &photo)
     {
-        struct stat status { };
+        struct stat status
+        {
+        };
         return photo.input == "-" || stat(photo.input.c_str(), &status) != 0
             || isOlder(output, status);
     }
@@ -151,7 +155,9 @@ private:
     void findInputInTheWay(std::size_t index)
     {
         PlannedPhoto &photo = m_photos[index];
-        struct stat status { };
+        struct stat status
+        {
+        };
         if (stat(photo.output.c_str(), &status) != 0)
             return;
         const auto found = m_byIdentity.find(FileIdentity {status.st_dev, status.st_ino});

@@ -3,7 +3,8 @@
 #include "batch/inputlist.h"
 
 // What is to be done with one photo.
-struct PlannedPhoto {
+struct PlannedPhoto
+{
     enum class Step {
         Sketch,
         Skip,

@@ -16,7 +16,8 @@ constexpr unsigned char noFilter = 0;
 // Higher levels take twice the time for less than one per cent.
 constexpr int compressionLevel = 1;
 
-struct Free {
+struct Free
+{
     void operator()(libdeflate_compressor *compressor) const
     {
         libdeflate_free_compressor(compressor);

@@ -4,7 +4,8 @@
 
 // Writes a PNG of one channel. The picture is gathered first, because the
 // compressor, which is several times as fast as the usual one, takes it whole.
-class PngEncoder : public SketchEncoder {
+class PngEncoder : public SketchEncoder
+{
 public:
     PngEncoder(QSize size, const ExifBlock &exif, ByteSink &sink);
 

@@ -51,14 +51,10 @@ void writeAll(int descriptor, const std::string &text)
 const char *statusName(Status status)
 {
     switch (status) {
-    case Status::Done:
-        return "done";
-    case Status::Planned:
-        return "planned";
-    case Status::Skipped:
-        return "skipped";
-    case Status::Failed:
-        break;
+    case Status::Done: return "done";
+    case Status::Planned: return "planned";
+    case Status::Skipped: return "skipped";
+    case Status::Failed: break;
     }
     return "failed";
 }
@@ -146,12 +142,9 @@ std::string Reporter::lineFor(const PlannedPhoto &photo, const PhotoResult &resu
         return input + " -> " + output + ", " + std::to_string(result.size.width()) + " x "
             + std::to_string(result.size.height()) + ", " + std::to_string(result.milliseconds)
             + " ms";
-    case Status::Planned:
-        return input + " -> " + output + (photo.replaces ? " (replaced)" : "");
-    case Status::Skipped:
-        return input + ": skipped: " + printable(result.reason);
-    case Status::Failed:
-        break;
+    case Status::Planned: return input + " -> " + output + (photo.replaces ? " (replaced)" : "");
+    case Status::Skipped: return input + ": skipped: " + printable(result.reason);
+    case Status::Failed: break;
     }
     return input + ": " + printable(result.reason);
 }

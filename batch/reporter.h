@@ -9,7 +9,8 @@
 
 // Tells the user what happens: failures and, as wished, every photo and a
 // progress bar on standard error, JSON on standard output. Thread-safe.
-class Reporter {
+class Reporter
+{
 public:
     explicit Reporter(const Options &options);
 

@@ -12,7 +12,8 @@
 using ExifBlock = std::vector<unsigned char>;
 
 // Writes a one-channel picture of 8 bits into a sink.
-class SketchEncoder {
+class SketchEncoder
+{
 public:
     virtual ~SketchEncoder() = default;
 

@@ -18,7 +18,8 @@
 namespace {
 
 // A picture for standard output, which must not be begun before it is complete.
-class StandardOutput : public ByteSink {
+class StandardOutput : public ByteSink
+{
 public:
     void write(const unsigned char *bytes, std::size_t count) override
     {
@@ -53,7 +54,8 @@ QImage upright(const QImage &picture, QImageIOHandler::Transformations transform
     return turned;
 }
 
-class SketchJob {
+class SketchJob
+{
 public:
     SketchJob(const PlannedPhoto &photo, const Options &options, MemoryGate &memory,
               PhotoResult &result)

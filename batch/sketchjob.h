@@ -10,7 +10,8 @@
 enum class Status { Done, Planned, Skipped, Failed };
 
 // How one photo ended.
-struct PhotoResult {
+struct PhotoResult
+{
     Status status = Status::Failed;
     std::string reason; // for Skipped and Failed
     QSize size; // of the sketch, once known

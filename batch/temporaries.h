@@ -8,7 +8,8 @@
 // The named files of this process that are not finished. Every step that makes
 // such a name, gives it its final one or removes it happens under one lock, so
 // that a signal finds each output either untouched or complete.
-class Temporaries {
+class Temporaries
+{
 public:
     static Temporaries &instance();
 

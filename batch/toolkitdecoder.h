@@ -7,7 +7,8 @@
 
 // Decodes every other format with the toolkit's reader, the whole picture at the
 // first row.
-class ToolkitDecoder : public PhotoDecoder {
+class ToolkitDecoder : public PhotoDecoder
+{
 public:
     // The device must outlive the decoder and stand at the file's beginning.
     // Throws PhotoError where it holds no readable header, or where the file is

@@ -7,9 +7,11 @@
 #include <QtTest>
 
 // The real program, run in a temporary folder of its own.
-class BatchProcess {
+class BatchProcess
+{
 public:
-    struct Outcome {
+    struct Outcome
+    {
         int exitCode = -1; // -1: ended by a signal or not started
         QByteArray output;
         QByteArray errors;

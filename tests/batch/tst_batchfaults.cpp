@@ -7,7 +7,8 @@
 #include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
 
-class tst_BatchFaults : public QObject {
+class tst_BatchFaults : public QObject
+{
     Q_OBJECT
 
 private slots:

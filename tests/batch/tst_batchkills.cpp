@@ -28,7 +28,8 @@ const QString hiddenProc = QStringLiteral("unshare -m sh -c 'mount -t tmpfs none
 } // namespace
 
 // Stopped at any moment, every output is old, new or absent.
-class tst_BatchKills : public QObject {
+class tst_BatchKills : public QObject
+{
     Q_OBJECT
 
 private slots:

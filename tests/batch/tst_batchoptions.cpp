@@ -11,7 +11,8 @@
 #include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
 
-class tst_BatchOptions : public QObject {
+class tst_BatchOptions : public QObject
+{
     Q_OBJECT
 
 private slots:
@@ -522,7 +523,9 @@ void tst_BatchOptions::preserveKeepsTime()
     const timespec times[2] = {{1000000000, 5}, {1234567890, 123456789}};
     QCOMPARE(utimensat(AT_FDCWD, QFile::encodeName(batch.path("a.jpg")).constData(), times, 0), 0);
     COMPARE_EXIT(batch.run({"--preserve", "a.jpg"}), 0);
-    struct stat status { };
+    struct stat status
+    {
+    };
     QCOMPARE(stat(QFile::encodeName(batch.path("a-sketch.jpg")).constData(), &status), 0);
     QCOMPARE(status.st_mtim.tv_sec, 1234567890);
     QCOMPARE(status.st_mtim.tv_nsec, 123456789);

@@ -9,7 +9,8 @@ constexpr int photoCount = 12;
 }
 
 // Many processes on one album, without locks.
-class tst_BatchParallel : public QObject {
+class tst_BatchParallel : public QObject
+{
     Q_OBJECT
 
 private slots:

@@ -46,7 +46,8 @@ QByteArray difference(const QImage &actual, const QImage &expected)
 }
 
 // Kinds of JPEG that the toolkit does not write.
-struct JpegKind {
+struct JpegKind
+{
     J_COLOR_SPACE input;
     int channels;
     int horizontal; // sampling of the first channel
@@ -92,7 +93,8 @@ QByteArray jpegOf(const JpegKind &kind, int width, int height)
 
 } // namespace
 
-class tst_BatchPixels : public QObject {
+class tst_BatchPixels : public QObject
+{
     Q_OBJECT
 
 private slots:
@@ -170,7 +172,8 @@ void tst_BatchPixels::everyJpeg_data()
 {
     QTest::addColumn<QByteArray>("photo");
 
-    const struct {
+    const struct
+    {
         const char *name;
         JpegKind kind;
     } kinds[] = {

@@ -17,7 +17,8 @@ void setTime(const QString &file, time_t seconds)
 } // namespace
 
 // Whatever is there stays there, unless its replacing was asked for.
-class tst_BatchSafety : public QObject {
+class tst_BatchSafety : public QObject
+{
     Q_OBJECT
 
 private slots:
@@ -65,7 +66,9 @@ void tst_BatchSafety::overwriteReplacesAndKeepsPermissions()
         QFile::setPermissions(batch.path("a-sketch.jpg"), QFile::ReadOwner | QFile::WriteOwner));
     COMPARE_EXIT(batch.run({"--overwrite", "a.jpg"}), 0);
     QCOMPARE(QImage(batch.path("a-sketch.jpg")).size(), QSize(64, 48));
-    struct stat status { };
+    struct stat status
+    {
+    };
     QCOMPARE(stat(QFile::encodeName(batch.path("a-sketch.jpg")).constData(), &status), 0);
     QCOMPARE(status.st_mode & 0777, mode_t(0600));
     QCOMPARE(batch.files(), QStringList({"a-sketch.jpg", "a.jpg"}));
@@ -274,7 +277,9 @@ void tst_BatchSafety::strangeNames()
     close(descriptor);
 
     COMPARE_EXIT(batch.run({"--output-dir", "out", "in"}), 0);
-    struct stat status { };
+    struct stat status
+    {
+    };
     const QByteArray out = QFile::encodeName(batch.folder.path()) + "/out/" + name + ".jpg";
     QCOMPARE(stat(out.constData(), &status), 0);
     COMPARE_EXIT(batch.shell("cd in && exec \"$batch\" -- *.jpg"), 0);

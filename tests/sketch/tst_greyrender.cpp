@@ -6,7 +6,8 @@
 #include "sketch/levels_reference.h"
 #include "tests/support/testmain.h"
 
-class tst_GreyRender : public QObject {
+class tst_GreyRender : public QObject
+{
     Q_OBJECT
 
 private slots:
