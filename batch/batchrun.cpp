@@ -62,7 +62,8 @@ ExitCode BatchRun::run()
         rehearse();
     else
         work();
-    m_reporter.end();
+    if (!m_reporter.end())
+        m_someFailed = true;
     if (conflicts)
         return ExitCode::WrongUsage;
     return m_someFailed ? ExitCode::SomeFailed : ExitCode::AllDone;

@@ -152,8 +152,9 @@ void addFromList(Collector &collector, const Options &options)
     const char separator = options.nullSeparated ? '\0' : '\n';
     for (std::size_t start = 0; start < list.size();) {
         const std::size_t end = std::min(list.find(separator, start), list.size());
-        if (end > start)
-            collector.add(list.substr(start, end - start));
+        const std::string name = list.substr(start, end - start);
+        if (!name.empty())
+            collector.add(name == "-" ? "./-" : name); // a file, in a list
         start = end + 1;
     }
 }

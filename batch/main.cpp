@@ -62,6 +62,7 @@ int main(int argc, char *argv[])
         ensureUtf8Locale();
         qInstallMessageHandler(dropMessage);
         const QCoreApplication application(argc, argv);
+        std::setlocale(LC_MESSAGES, "C"); // the system's reasons in the language of ours
         return sketchPhotos(options);
     } catch (const UsageError &error) {
         return complain(error.what());

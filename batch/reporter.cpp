@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/ioctl.h>
@@ -38,14 +39,15 @@ int terminalColumns()
     return known ? size.ws_col : 80;
 }
 
-void writeAll(int descriptor, const std::string &text)
+bool writeAll(int descriptor, const std::string &text)
 {
     for (std::size_t at = 0; at < text.size();) {
         const ssize_t count = write(descriptor, text.data() + at, text.size() - at);
         if (count <= 0 && errno != EINTR)
-            return; // nobody is listening
+            return false; // nobody is listening
         at += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
+    return true;
 }
 
 const char *statusName(Status status)
@@ -149,7 +151,7 @@ std::string Reporter::lineFor(const PlannedPhoto &photo, const PhotoResult &resu
     return input + ": " + printable(result.reason);
 }
 
-void Reporter::writeJson(const PlannedPhoto &photo, const PhotoResult &result) const
+void Reporter::writeJson(const PlannedPhoto &photo, const PhotoResult &result)
 {
     QJsonObject object {
         {QStringLiteral("input"), QString::fromStdString(photo.input)},
@@ -161,26 +163,34 @@ void Reporter::writeJson(const PlannedPhoto &photo, const PhotoResult &result) c
         {QStringLiteral("height"), std::max(result.size.height(), 0)},
     };
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-    writeAll(STDOUT_FILENO, line.toStdString());
+    m_lostJson |= !writeAll(STDOUT_FILENO, line.toStdString());
 }
 
-void Reporter::end()
+bool Reporter::end()
 {
     const std::lock_guard guard(m_lock);
     clearBar();
+    if (m_lostJson)
+        writeLine("-: cannot write all of the JSON to standard output");
     const bool isWanted = m_options.verbose || (m_showsBar && m_total > 1);
-    if (!isWanted)
-        return;
+    if (isWanted)
+        writeLine(totals());
+    return !m_lostJson;
+}
+
+std::string Reporter::totals() const
+{
     const auto count = [&](Status status) {
         return std::to_string(m_counts[static_cast<int>(status)]) + " " + statusName(status);
     };
-    writeLine(count(Status::Done) + ", " + count(Status::Skipped) + ", " + count(Status::Failed));
+    return count(Status::Done) + ", " + count(Status::Skipped) + ", " + count(Status::Failed);
 }
 
 void Reporter::silence()
 {
-    m_lock.lock(); // and never unlocked
-    clearBar();
+    // Never unlocked again.
+    if (m_lock.try_lock_for(std::chrono::milliseconds(200)))
+        clearBar();
 }
 
 void Reporter::writeLine(const std::string &line)

@@ -17,24 +17,27 @@ public:
     void begin(std::size_t photos);
     void note(const std::string &line); // for --verbose
     void photo(const PlannedPhoto &photo, const PhotoResult &result);
-    void end();
+    // False when standard output did not take all of the JSON.
+    bool end();
     // Takes the bar away and lets nobody write any more; for the end of the
-    // process.
+    // process. Does not wait for a reader that has stopped reading.
     void silence();
 
 private:
-    void writeJson(const PlannedPhoto &photo, const PhotoResult &result) const;
+    void writeJson(const PlannedPhoto &photo, const PhotoResult &result);
     std::string lineFor(const PlannedPhoto &photo, const PhotoResult &result) const;
+    std::string totals() const;
     void writeLine(const std::string &line);
     void drawBar();
     void clearBar();
 
     const Options &m_options;
-    std::mutex m_lock;
+    std::timed_mutex m_lock;
     QElapsedTimer m_clock;
     bool m_showsBar = false;
     bool m_colours = false;
     bool m_barIsDrawn = false;
+    bool m_lostJson = false;
     std::size_t m_total = 0;
     std::size_t m_counts[4] = {}; // by Status
     std::size_t m_ended = 0;
@@ -45,5 +48,5 @@ private:
 // or steer the terminal, are written as \n, \t or octal, a backslash doubled.
 std::string printable(const std::string &name);
 
-// Writes text to where messages go, whole or, where nobody listens, not at all.
+// Writes text to where messages go, as far as somebody listens.
 void writeMessage(const std::string &text);

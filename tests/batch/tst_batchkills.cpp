@@ -38,6 +38,7 @@ private slots:
     void killedFiftyTimes();
     void interrupted_data();
     void interrupted();
+    void interruptedWhileNobodyReads();
     void interruptedWithNamedFiles();
     void namedFilesKeepTheRules();
     void hangUpIsIgnoredUnderNohup();
@@ -167,6 +168,22 @@ void tst_BatchKills::interrupted()
     const QStringList files = batch.files();
     QVERIFY(files.filter("out/").size() < photoCount + 40);
     QVERIFY(files.filter(".crayvell-").isEmpty());
+}
+
+// A reader of the JSON that has stopped reading keeps nobody from ending it.
+void tst_BatchKills::interruptedWhileNobodyReads()
+{
+    BatchProcess batch;
+    fill(batch);
+    QByteArray list;
+    for (int i = 0; i < 2000; ++i)
+        list += QByteArray(100, 'm') + QByteArray::number(i) + '\n'; // more than a pipe holds
+    batch.write("list", list);
+    const auto outcome = batch.shell(
+        "mkfifo pipe; exec 3<>pipe; \"$batch\" --quiet --json --files-from list >pipe 2>log &"
+        " child=$!; while [ \"$(wc -l <log)\" -lt 270 ]; do :; done; kill -INT $child;"
+        " wait $child");
+    COMPARE_EXIT(outcome, 130);
 }
 
 // Without /proc a file needs a name from its beginning.

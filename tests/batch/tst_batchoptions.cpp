@@ -34,6 +34,7 @@ private slots:
     void quietAndVerbose();
     void dryRunWritesNothing();
     void json();
+    void jsonThatNobodyTakes();
     void noBarWithoutTerminal();
     void barOnTerminal_data();
     void barOnTerminal();
@@ -214,8 +215,10 @@ void tst_BatchOptions::listOfPhotos()
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
     batch.write("b c.jpg", testphotos::jpeg());
-    batch.write("list", "b c.jpg\n\na.jpg");
+    batch.write("-", testphotos::jpeg());
+    batch.write("list", "b c.jpg\n\na.jpg\n-");
     COMPARE_EXIT(batch.run({"--files-from", "list"}), 0);
+    QVERIFY(batch.exists("--sketch.jpg"));
     QVERIFY(batch.exists("a-sketch.jpg"));
     QVERIFY(batch.exists("b c-sketch.jpg"));
 }
@@ -363,6 +366,16 @@ void tst_BatchOptions::json()
     QCOMPARE(objects[1]["status"].toString(), QStringLiteral("failed"));
     QVERIFY(!objects[1]["reason"].toString().isEmpty());
     QCOMPARE(objects[2]["status"].toString(), QStringLiteral("skipped"));
+}
+
+void tst_BatchOptions::jsonThatNobodyTakes()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto outcome = batch.shell("\"$batch\" --json a.jpg >/dev/full");
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY(outcome.errors.contains("JSON"));
+    QVERIFY(batch.exists("a-sketch.jpg"));
 }
 
 void tst_BatchOptions::noBarWithoutTerminal()
