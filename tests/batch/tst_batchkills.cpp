@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int photoCount = 6;
+constexpr int photoCount = 4;
 
 QString photoName(int index)
 {
@@ -57,7 +57,7 @@ private:
 void tst_BatchKills::initTestCase()
 {
     for (int i = 0; i < photoCount; ++i)
-        m_photos[i] = testphotos::jpeg(500 + 10 * i, 400, i);
+        m_photos[i] = testphotos::jpeg(400 + 10 * i, 300, i);
     BatchProcess batch;
     fill(batch);
     // The first run has the program itself to load.
@@ -129,9 +129,10 @@ void tst_BatchKills::killedFiftyTimes()
         compareOutputs(batch, old);
         if (QTest::currentTestFailed())
             return;
-        const QStringList again {"--skip-existing", "--output-dir", "out", "p"};
-        COMPARE_EXIT(batch.run(old.isEmpty() ? again : again + mode.mid(1)), 0);
-        for (int k = 0; k < photoCount && old.isEmpty(); ++k)
+        if (!old.isEmpty())
+            continue;
+        COMPARE_EXIT(batch.run({"--skip-existing", "--output-dir", "out", "p"}), 0);
+        for (int k = 0; k < photoCount; ++k)
             QCOMPARE(batch.contents(sketchName(k)), m_sketches[k]);
     }
 }
