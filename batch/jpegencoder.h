@@ -5,7 +5,9 @@
 #include "batch/jpegbasis.h"
 #include "batch/sketchencoder.h"
 
-// Writes a baseline JPEG of one channel, as its rows come.
+// Writes a baseline JPEG of one channel, as its rows come. The blocks are put
+// together here: the library's own way there looks at every grey by itself, which
+// would take as long as the sketch.
 class JpegEncoder : public SketchEncoder
 {
 public:
@@ -39,8 +41,13 @@ private:
     void setUp(QSize size, int quality);
     void writeExif(const ExifBlock &exif);
     template <typename Step> void attempt(Step step);
+    void addRow(const unsigned char *grey);
+    void writeBlocks();
 
     jpeg_compress_struct m_jpeg {};
     JpegErrors m_errors;
     Destination m_destination {};
+    std::vector<JSAMPLE> m_rows; // of one row of blocks, as wide as whole blocks
+    JSAMPROW m_lines[DCTSIZE] {};
+    int m_filled = 0; // rows in it
 };
