@@ -1,11 +1,13 @@
 # Set-up that ./run and ./test share; sourced, not run. Expects $root to be the
 # top folder of the tree.
 
-# What building and showing the program takes.
-run_packages=(g++ cmake ninja-build qt6-base-dev qt6-image-formats-plugins qt6-wayland
-    libhwy-dev fonts-dejavu-core x11-utils)
+# What building and showing the programs takes.
+run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
+    qt6-wayland libhwy-dev libexiv2-dev libjpeg62-turbo-dev libdeflate-dev fonts-dejavu-core
+    x11-utils)
 # What the tests and benchmarks take beyond that.
-test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux)
+test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux bsdutils
+    parallel gdk-pixbuf-tests zsh fish man-db)
 
 say() {
     printf '%s\n' "$*" >&2

@@ -39,11 +39,17 @@ cd "$scratch" # neither command minds where it is called from
 check "run: unknown option" 2 '^usage: \./run' "$source_folder/run" --frobnicate
 check "run: help" 0 '^usage: \./run' "$source_folder/run" --help
 check "run: no display" 2 'there is none.*DISPLAY' "${without_display[@]}" "$source_folder/run"
+# Builds, where the release preset was not built before.
 check "run: display that does not answer" 2 '":987".*does not answer' \
     "${without_display[@]}" DISPLAY=:987 "$source_folder/run"
 check "run: packages cannot be installed" 1 \
     'apt-get update && apt-get install --no-install-recommends .*qt6-base-dev' \
     "${bare[@]}" DISPLAY=:0 "$source_folder/run"
+check "run: a photo that is not there" 1 'missing photo\.jpg' "${without_display[@]}" \
+    "$source_folder/run" "missing photo.jpg"
+cp "$source_folder"/examples/beach/*.jpg "$scratch/a photo.jpg"
+check "run: a photo, no display" 0 '' "${without_display[@]}" "$source_folder/run" "a photo.jpg"
+check "run: its sketch" 0 '' test -s "$scratch/a photo-sketch.jpg"
 check "test: unknown preset" 2 '^usage: \./test' "$source_folder/test" fast
 check "test: too many arguments" 2 '^usage: \./test' "$source_folder/test" release debug
 check "test: help" 0 '^usage: \./test' "$source_folder/test" --help

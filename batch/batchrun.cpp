@@ -1,0 +1,104 @@
+#include "batch/batchrun.h"
+
+#include <QImageReader>
+
+#include <algorithm>
+#include <atomic>
+#include <limits>
+#include <thread>
+
+#include "app/memorybudget.h"
+
+namespace {
+
+// Leaves room for everything else that runs on the machine.
+constexpr qint64 shareOfMemory = 2;
+
+std::size_t workerCount(const Options &options, std::size_t photos)
+{
+    const unsigned wanted =
+        options.jobs ? static_cast<unsigned>(options.jobs) : std::thread::hardware_concurrency();
+    return std::clamp<std::size_t>(wanted, 1, std::max<std::size_t>(photos, 1));
+}
+
+bool isConflict(const PlannedPhoto &photo)
+{
+    return photo.step == PlannedPhoto::Step::Conflict;
+}
+
+PhotoResult plannedResult(const PlannedPhoto &photo)
+{
+    PhotoResult result;
+    result.reason = photo.reason;
+    if (photo.step == PlannedPhoto::Step::Sketch)
+        result.status = Status::Planned;
+    else if (photo.step == PlannedPhoto::Step::Skip)
+        result.status = Status::Skipped;
+    return result;
+}
+
+} // namespace
+
+BatchRun::BatchRun(const Options &options, Reporter &reporter)
+    : m_options(options)
+    , m_reporter(reporter)
+    , m_memory(options.maximumMemory)
+{
+    if (m_memory == 0)
+        m_memory = std::max<qint64>(availableMemory() / shareOfMemory, 1);
+    // The last guard against a file whose header lied.
+    constexpr qint64 most = std::numeric_limits<int>::max();
+    QImageReader::setAllocationLimit(static_cast<int>(std::clamp<qint64>(m_memory >> 20, 1, most)));
+}
+
+ExitCode BatchRun::run()
+{
+    const InputList inputs = collectInputs(m_options);
+    m_photos = planPhotos(inputs.photos, m_options);
+    for (const std::string &file : inputs.leftOut)
+        m_reporter.note(printable(file) + ": left out: is no photo");
+    const bool conflicts = std::ranges::any_of(m_photos, isConflict);
+    if (m_options.dryRun || conflicts)
+        rehearse();
+    else
+        work();
+    if (!m_reporter.end())
+        m_someFailed = true;
+    if (conflicts)
+        return ExitCode::WrongUsage;
+    return m_someFailed ? ExitCode::SomeFailed : ExitCode::AllDone;
+}
+
+void BatchRun::report(const PlannedPhoto &photo, const PhotoResult &result)
+{
+    if (result.status == Status::Failed)
+        m_someFailed = true;
+    m_reporter.photo(photo, result);
+}
+
+// Tells without doing: all of it in a dry run, else only what forbids the run.
+void BatchRun::rehearse()
+{
+    for (const PlannedPhoto &photo : m_photos) {
+        if (m_options.dryRun || isConflict(photo))
+            report(photo, plannedResult(photo));
+    }
+}
+
+void BatchRun::work()
+{
+    MemoryGate memory(m_memory);
+    m_reporter.begin(m_photos.size());
+    std::atomic<std::size_t> next = 0;
+    const auto worker = [&] {
+        for (std::size_t i = next++; i < m_photos.size(); i = next++) {
+            const PlannedPhoto &photo = m_photos[i];
+            const bool isDue = photo.step == PlannedPhoto::Step::Sketch;
+            report(photo, isDue ? sketchPhoto(photo, m_options, memory) : plannedResult(photo));
+        }
+    };
+    std::vector<std::jthread> workers;
+    for (std::size_t i = 1; i < workerCount(m_options, m_photos.size()); ++i)
+        workers.emplace_back(worker);
+    worker();
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+
+#include "batch/exitcode.h"
+#include "batch/reporter.h"
+
+// One run of the program: plans all photos, then works on them.
+class BatchRun
+{
+public:
+    // The options must outlive the run.
+    BatchRun(const Options &options, Reporter &reporter);
+
+    // Throws UsageError. Fails a photo rather than the run.
+    ExitCode run();
+
+private:
+    void report(const PlannedPhoto &photo, const PhotoResult &result);
+    void rehearse();
+    void work();
+
+    const Options &m_options;
+    Reporter &m_reporter;
+    std::vector<PlannedPhoto> m_photos;
+    qint64 m_memory;
+    std::atomic<bool> m_someFailed = false;
+};

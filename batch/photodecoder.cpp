@@ -1,0 +1,47 @@
+#include "batch/photodecoder.h"
+
+#include <QImageReader>
+
+#include "batch/jpegdecoder.h"
+#include "batch/photoerror.h"
+#include "batch/photoformat.h"
+#include "batch/toolkitdecoder.h"
+
+namespace {
+
+PhotoHeader readHeader(QIODevice &device, const char *format)
+{
+    QImageReader reader(&device, format);
+    reader.setDecideFormatFromContent(false);
+    PhotoHeader header;
+    header.knowsOrientation = reader.supportsOption(QImageIOHandler::ImageTransformation);
+    header.transformation = reader.transformation();
+    device.seek(0);
+    return header;
+}
+
+[[noreturn]] void refuse(const ContentKind &kind, bool isEmpty)
+{
+    if (isEmpty)
+        throw PhotoError("is empty");
+    if (kind.name.empty())
+        throw PhotoError("is no picture of a known format");
+    throw PhotoError("is of the format " + kind.name + ", which is not read");
+}
+
+} // namespace
+
+std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions &options,
+                                        PhotoHeader &header)
+{
+    QIODevice &device = input.device();
+    const QByteArray beginning = device.peek(contentProbe);
+    const ContentKind kind = contentKind(beginning, input.name());
+    if (kind.format == PhotoFormat::Unknown)
+        refuse(kind, beginning.isEmpty());
+    const char *const format = readerName(kind.format, beginning);
+    header = readHeader(device, format);
+    if (kind.format == PhotoFormat::Jpeg)
+        return std::make_unique<JpegDecoder>(device, options);
+    return std::make_unique<ToolkitDecoder>(device, kind, format, options);
+}

@@ -1,0 +1,217 @@
+#include "batch/sketchjob.h"
+
+#include <QElapsedTimer>
+#include <QTransform>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <unistd.h>
+
+#include "batch/atomicfile.h"
+#include "batch/bandsketcher.h"
+#include "batch/metadata.h"
+#include "batch/photoerror.h"
+
+namespace {
+
+// A picture for standard output, which must not be begun before it is complete.
+class StandardOutput : public ByteSink
+{
+public:
+    void write(const unsigned char *bytes, std::size_t count) override
+    {
+        m_bytes.insert(m_bytes.end(), bytes, bytes + count);
+    }
+    void flush() const
+    {
+        for (std::size_t at = 0; at < m_bytes.size();) {
+            const ssize_t count = ::write(STDOUT_FILENO, m_bytes.data() + at, m_bytes.size() - at);
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count < 0)
+                throw PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
+            at += static_cast<std::size_t>(count);
+        }
+    }
+
+private:
+    std::vector<unsigned char> m_bytes;
+};
+
+// What the toolkit does to a picture so that it stands upright.
+QImage upright(const QImage &picture, QImageIOHandler::Transformations transformation)
+{
+    QImage turned = picture;
+    const bool mirror = transformation.testFlag(QImageIOHandler::TransformationMirror);
+    const bool flip = transformation.testFlag(QImageIOHandler::TransformationFlip);
+    if (mirror || flip)
+        turned = std::move(turned).mirrored(mirror, flip);
+    if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
+        turned = turned.transformed(QTransform().rotate(90));
+    return turned;
+}
+
+class SketchJob
+{
+public:
+    SketchJob(const PlannedPhoto &photo, const Options &options, MemoryGate &memory,
+              PhotoResult &result)
+        : m_photo(photo)
+        , m_options(options)
+        , m_memory(memory)
+        , m_result(result)
+        , m_input(photo.input, memory.capacity())
+        , m_decoder(openPhoto(m_input, {sketchBandRows, options.allowTruncated}, m_header))
+    {
+        m_size = m_decoder->size();
+        if (m_header.transformation.testFlag(QImageIOHandler::TransformationRotate90))
+            m_size.transpose();
+        result.size = m_size;
+    }
+
+    void run()
+    {
+        const MemoryGate::Share share(m_memory, checkedNeed());
+        QElapsedTimer clock;
+        clock.start();
+        if (m_photo.output == "-")
+            writeStandardOutput();
+        else
+            writeFile();
+        m_result.milliseconds = clock.elapsed();
+    }
+
+private:
+    bool isTurned() const { return m_header.transformation != QImageIOHandler::TransformationNone; }
+
+    qint64 need() const
+    {
+        const qint64 pixels = qint64(m_size.width()) * m_size.height();
+        const qint64 decoding = m_decoder->memoryNeed() + sketchRowsNeed(m_decoder->size().width());
+        const qint64 encoding = encoderNeed(*m_options.format, m_size);
+        const qint64 work =
+            isTurned() ? std::max(decoding + pixels, 2 * pixels + encoding) : decoding + encoding;
+        const qint64 buffered = m_photo.output == "-" ? pixels : 0;
+        return work + buffered + m_input.buffered().size();
+    }
+
+    qint64 checkedNeed() const
+    {
+        const qint64 bytes = need();
+        if (bytes <= m_memory.capacity())
+            return bytes;
+        throw PhotoError(
+            "is " + std::to_string(m_size.width()) + " x " + std::to_string(m_size.height())
+            + " pixels and needs " + std::to_string((bytes >> 20) + 1) + " MB, more than the "
+            + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows");
+    }
+
+    void writeStandardOutput()
+    {
+        StandardOutput output;
+        encodeInto(output);
+        output.flush();
+    }
+
+    void writeFile()
+    {
+        AtomicFile output(m_photo.output);
+        encodeInto(output);
+        if (m_options.preserveTime && !m_input.isStandardInput())
+            output.setTimes(m_input.accessTime(), m_input.modificationTime());
+        if (m_options.synchronise)
+            output.synchronise();
+        output.publish(m_photo.replaces);
+    }
+
+    void encodeInto(ByteSink &sink)
+    {
+        ExifBlock exif;
+        if (!m_options.stripMetadata) {
+            exif = exifForSketch(m_input, m_size, m_header.knowsOrientation,
+                                 exifCapacity(*m_options.format));
+        }
+        if (isTurned())
+            encodeTurned(exif, sink);
+        else
+            encodeStraight(exif, sink);
+    }
+
+    std::unique_ptr<SketchEncoder> encoder(const ExifBlock &exif, ByteSink &sink) const
+    {
+        return makeEncoder(*m_options.format, m_options.quality, m_size, exif, sink);
+    }
+
+    GreyTable levels() const { return greyTable(m_options.blackLevel, m_options.whiteLevel); }
+
+    void encodeStraight(const ExifBlock &exif, ByteSink &sink)
+    {
+        const auto output = encoder(exif, sink);
+        sketchRows(*m_decoder, levels(),
+                   [&](const uchar *grey, int rows) { output->write(grey, rows); });
+        m_decoder.reset();
+        output->finish();
+    }
+
+    void encodeTurned(const ExifBlock &exif, ByteSink &sink)
+    {
+        // A sketch and its turning can change places: the neighbourhood is as
+        // wide as it is high. One byte a pixel is turned instead of four.
+        const QImage picture = upright(wholeSketch(), m_header.transformation);
+        const auto output = encoder(exif, sink);
+        for (int y = 0; y < picture.height(); ++y)
+            output->write(picture.constScanLine(y), 1);
+        output->finish();
+    }
+
+    QImage wholeSketch()
+    {
+        QImage sketch(m_decoder->size(), QImage::Format_Grayscale8);
+        if (sketch.isNull())
+            throw std::bad_alloc();
+        int y = 0;
+        sketchRows(*m_decoder, levels(), [&](const uchar *grey, int rows) {
+            for (; rows > 0; --rows, grey += sketch.width())
+                std::copy_n(grey, sketch.width(), sketch.scanLine(y++));
+        });
+        m_decoder.reset();
+        return sketch;
+    }
+
+    const PlannedPhoto &m_photo;
+    const Options &m_options;
+    MemoryGate &m_memory;
+    PhotoResult &m_result;
+    PhotoInput m_input;
+    PhotoHeader m_header;
+    std::unique_ptr<PhotoDecoder> m_decoder;
+    QSize m_size;
+};
+
+bool leavesExisting(const Options &options)
+{
+    return options.existing == Existing::Skip || options.existing == Existing::RedoOlder;
+}
+
+} // namespace
+
+PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, MemoryGate &memory)
+{
+    PhotoResult result;
+    try {
+        SketchJob(photo, options, memory, result).run();
+        result.status = Status::Done;
+    } catch (const OutputExists &error) {
+        // Another process was faster.
+        result.status = leavesExisting(options) ? Status::Skipped : Status::Failed;
+        result.reason = error.what();
+    } catch (const std::bad_alloc &) {
+        result.reason = "needs more memory than there is";
+    } catch (const std::exception &error) {
+        result.reason = error.what();
+    }
+    return result;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QImageReader>
+
+#include "batch/photodecoder.h"
+#include "batch/photoformat.h"
+
+// Decodes every other format with the toolkit's reader, the whole picture at the
+// first row.
+class ToolkitDecoder : public PhotoDecoder
+{
+public:
+    // The device must outlive the decoder and stand at the file's beginning.
+    // Throws PhotoError where it holds no readable header, or where the file is
+    // shorter than its header says and that is not allowed.
+    ToolkitDecoder(QIODevice &device, const ContentKind &kind, const char *format,
+                   const DecodingOptions &options);
+
+    QSize size() const override { return m_size; }
+    qint64 memoryNeed() const override;
+    QImage rows(int first, int count) override;
+    void finish() override { }
+
+private:
+    void decode();
+
+    QImageReader m_reader;
+    std::string m_format;
+    QSize m_size;
+    QImage m_picture;
+    QImage m_band;
+};

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+// The real program, run in a temporary folder of its own.
+class BatchProcess
+{
+public:
+    struct Outcome
+    {
+        int exitCode = -1; // -1: ended by a signal or not started
+        QByteArray output;
+        QByteArray errors;
+    };
+
+    static QString program() { return QStringLiteral(CRAYVELL_BATCH); }
+
+    BatchProcess() { QDir(folder.path()).mkpath(QStringLiteral(".")); }
+
+    Outcome run(const QStringList &arguments, const QByteArray &input = {},
+                const QStringList &environment = {})
+    {
+        return runProgram(program(), arguments, input, environment);
+    }
+
+    // A command of the shell in which $batch is the program.
+    Outcome shell(const QString &command)
+    {
+        return runProgram(QStringLiteral("sh"), {QStringLiteral("-c"), command}, {},
+                          {QStringLiteral("batch=") + program()});
+    }
+
+    QString path(const QString &name) const { return folder.filePath(name); }
+    bool exists(const QString &name) const { return QFile::exists(path(name)); }
+    QByteArray contents(const QString &name) const
+    {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void write(const QString &name, const QByteArray &bytes) const
+    {
+        QDir(folder.path()).mkpath(QFileInfo(name).path());
+        QFile file(path(name));
+        QVERIFY2(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(),
+                 qPrintable(name));
+    }
+    // All files below the folder, hidden ones too, by name.
+    QStringList files() const
+    {
+        QStringList names;
+        const QDir top(folder.path());
+        QDirIterator walk(top.path(), QDir::Files | QDir::Hidden | QDir::System,
+                          QDirIterator::Subdirectories);
+        while (walk.hasNext())
+            names << top.relativeFilePath(walk.next());
+        names.sort();
+        return names;
+    }
+
+    QTemporaryDir folder;
+
+private:
+    Outcome runProgram(const QString &name, const QStringList &arguments, const QByteArray &input,
+                       const QStringList &environment)
+    {
+        QProcess process;
+        process.setWorkingDirectory(folder.path());
+        QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+        for (const char *display : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            variables.remove(QLatin1String(display));
+        for (const QString &entry : environment)
+            variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+        process.setProcessEnvironment(variables);
+        process.start(name, arguments);
+        process.write(input);
+        process.closeWriteChannel();
+        Outcome outcome;
+        if (!process.waitForFinished(120000))
+            process.kill();
+        process.waitForFinished();
+        if (process.exitStatus() == QProcess::NormalExit)
+            outcome.exitCode = process.exitCode();
+        outcome.output = process.readAllStandardOutput();
+        outcome.errors = process.readAllStandardError();
+        return outcome;
+    }
+};
+
+// Checks an exit code and shows what the program said when it is another.
+#define COMPARE_EXIT(outcome, expected) \
+    QVERIFY2((outcome).exitCode == (expected), \
+             QByteArray("exit code " + QByteArray::number((outcome).exitCode) + ": " \
+                        + (outcome).errors.left(2000)) \
+                 .constData())

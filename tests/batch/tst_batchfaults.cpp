@@ -1,0 +1,420 @@
+#include <QDirIterator>
+#include <QElapsedTimer>
+
+#include <unistd.h>
+
+#include "tests/batch/batchprocess.h"
+#include "tests/batch/testphotos.h"
+#include "tests/support/testmain.h"
+
+class tst_BatchFaults : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void oneBadPhotoDoesNotStopTheOthers();
+    void truncated_data();
+    void truncated();
+    void truncatedIsAllowed_data();
+    void truncatedIsAllowed();
+    void damagedJpeg();
+    void refusedByName_data();
+    void refusedByName();
+    void specialFilesAreRefused_data();
+    void specialFilesAreRefused();
+    void bombs_data();
+    void bombs();
+    void maximumMemoryIsNamed();
+    void maximumMemoryOfStandardInput();
+    void tooManyScans();
+    void tooLargeForJpeg();
+    void fewMemoryForManyJobs();
+    void fullDisk_data();
+    void fullDisk();
+    void fullFileSystem();
+    void unwritableFolder();
+    void brokenFiles();
+};
+
+void tst_BatchFaults::oneBadPhotoDoesNotStopTheOthers()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    batch.write("b.jpg", testphotos::jpeg().left(700));
+    batch.write("c.jpg", "");
+    batch.write("e.jpg", testphotos::jpeg());
+    const auto outcome =
+        batch.run({"-j", "2", "--output-dir", "out", "a.jpg", "b.jpg", "c.jpg", "d.jpg", "e.jpg"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors.count('\n'), 3);
+    QVERIFY(outcome.errors.contains("b.jpg: is truncated\n"));
+    QVERIFY(outcome.errors.contains("c.jpg: is empty\n"));
+    QVERIFY(outcome.errors.contains("d.jpg: cannot be read: No such file or directory\n"));
+    QVERIFY(batch.exists("out/a.jpg"));
+    QVERIFY(batch.exists("out/e.jpg"));
+    QVERIFY(!batch.exists("out/b.jpg"));
+}
+
+namespace {
+
+QByteArray photoIn(const QByteArray &format)
+{
+    const QImage scene = testphotos::scene(120, 100);
+    if (format == "gif")
+        return testphotos::gif(scene);
+    if (format == "progressive jpeg") {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QImageWriter writer(&buffer, "jpeg");
+        writer.setProgressiveScanWrite(true);
+        writer.write(scene);
+        return buffer.data();
+    }
+    if (format == "plain ppm") {
+        QByteArray file = "P3\n120 100\n255\n";
+        for (int i = 0; i < 120 * 100; ++i) {
+            const QRgb pixel = scene.pixel(i % 120, i / 120);
+            file += QByteArray::number(qRed(pixel)) + ' ' + QByteArray::number(qGreen(pixel)) + ' '
+                + QByteArray::number(qBlue(pixel)) + '\n';
+        }
+        return file;
+    }
+    if (format == "indexed bmp")
+        return testphotos::encoded(scene.convertToFormat(QImage::Format_Indexed8), "bmp");
+    return testphotos::encoded(scene, format);
+}
+
+} // namespace
+
+void tst_BatchFaults::truncated_data()
+{
+    QTest::addColumn<QByteArray>("photo");
+
+    for (const char *format : {"jpeg", "progressive jpeg", "png", "tiff", "webp", "bmp",
+                               "indexed bmp", "gif", "ppm", "pgm", "plain ppm"}) {
+        const QByteArray photo = photoIn(format);
+        for (const int percent : {1, 5, 10, 30, 50, 70, 90, 97}) {
+            QTest::addRow("%s, %d per cent", format, percent)
+                << photo.left(photo.size() * percent / 100);
+        }
+        // The last byte of a plain text is a line's end, that of a GIF follows
+        // its picture.
+        if (qstrcmp(format, "plain ppm") != 0 && qstrcmp(format, "gif") != 0)
+            QTest::addRow("%s, but the last byte", format) << photo.chopped(1);
+    }
+}
+
+void tst_BatchFaults::truncated()
+{
+    QFETCH(QByteArray, photo);
+    QVERIFY(!photo.isEmpty());
+    BatchProcess batch;
+    batch.write("photo", photo);
+    const auto outcome = batch.run({"photo"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors.count('\n'), 1);
+    QVERIFY(outcome.errors.startsWith("photo: "));
+    QCOMPARE(batch.files(), QStringList {"photo"});
+    COMPARE_EXIT(batch.run({"-"}, photo), 1);
+}
+
+void tst_BatchFaults::truncatedIsAllowed_data()
+{
+    QTest::addColumn<QByteArray>("format");
+
+    for (const char *format : {"jpeg", "progressive jpeg", "bmp", "gif"})
+        QTest::newRow(format) << QByteArray(format);
+}
+
+void tst_BatchFaults::truncatedIsAllowed()
+{
+    QFETCH(QByteArray, format);
+    const QByteArray photo = photoIn(format);
+    BatchProcess batch;
+    batch.write("photo", photo.left(photo.size() * 7 / 10));
+    COMPARE_EXIT(batch.run({"--allow-truncated", "photo"}), 0);
+    QCOMPARE(QImage(batch.path("photo-sketch.jpg")).size(), QSize(120, 100));
+}
+
+void tst_BatchFaults::damagedJpeg()
+{
+    QByteArray photo = testphotos::jpeg(300, 300);
+    // An end marker in the middle of the data.
+    photo.replace(photo.size() / 2, 2, "\xff\xd9");
+    BatchProcess batch;
+    batch.write("photo", photo);
+    const auto outcome = batch.run({"photo"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, QByteArray("photo: is damaged\n"));
+    COMPARE_EXIT(batch.run({"--allow-truncated", "photo"}), 0);
+}
+
+void tst_BatchFaults::refusedByName_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("name");
+
+    using Bytes = QByteArray;
+    QTest::newRow("HEIF") << Bytes("\0\0\0\x18"
+                                   "ftypheic\0\0\0\0mif1",
+                                   20)
+                          << "a.heic" << Bytes("HEIF");
+    QTest::newRow("AVIF") << Bytes("\0\0\0\x18"
+                                   "ftypavif\0\0\0\0",
+                                   16)
+                          << "a.avif" << Bytes("AVIF");
+    QTest::newRow("JPEG XL") << Bytes("\xff\x0a\0\0", 4) << "a.jxl" << Bytes("JPEG XL");
+    QTest::newRow("PSD named like a JPEG") << Bytes("8BPS\0\1") << "a.jpg" << Bytes("PSD");
+    QTest::newRow("PDF") << Bytes("%PDF-1.4") << "a.pdf" << Bytes("PDF");
+    QTest::newRow("SVG") << Bytes("<svg xmlns='http://www.w3.org/2000/svg'/>") << "a.svg"
+                         << Bytes("SVG");
+    QTest::newRow("ICO") << Bytes("\0\0\1\0\1\0", 6) << "a.ico" << Bytes("ICO");
+    QTest::newRow("PBM") << Bytes("P4\n8 8\n12345678") << "a.pbm" << Bytes("PBM");
+    QTest::newRow("raw file of a camera")
+        << testphotos::encoded(testphotos::scene(20, 20), "tiff") << "a.NEF" << Bytes("camera raw");
+    QTest::newRow("XPM") << Bytes("/* XPM */") << "a.xpm" << Bytes("XPM");
+    QTest::newRow("text") << Bytes("BMW and P3 are no pictures") << "a.bmp" << Bytes("no picture");
+}
+
+void tst_BatchFaults::refusedByName()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, file);
+    QFETCH(QByteArray, name);
+    BatchProcess batch;
+    batch.write(file, content);
+    const auto outcome = batch.run({file});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains(name), outcome.errors.constData());
+    QCOMPARE(outcome.errors.count('\n'), 1);
+    QCOMPARE(batch.files(), QStringList {file});
+}
+
+void tst_BatchFaults::specialFilesAreRefused_data()
+{
+    QTest::addColumn<QString>("making");
+
+    QTest::newRow("a pipe that nobody writes") << "mkfifo p.jpg";
+    QTest::newRow("an endless device") << "ln -s /dev/zero p.jpg";
+    QTest::newRow("a link to itself") << "ln -s p.jpg p.jpg";
+}
+
+void tst_BatchFaults::specialFilesAreRefused()
+{
+    QFETCH(QString, making);
+    BatchProcess batch;
+    QCOMPARE(batch.shell(making).exitCode, 0);
+    QElapsedTimer clock;
+    clock.start();
+    COMPARE_EXIT(batch.run({"p.jpg"}), 1);
+    COMPARE_EXIT(batch.run({"--output-dir", "o", "."}), 0);
+    QVERIFY(clock.elapsed() < 20000);
+}
+
+void tst_BatchFaults::bombs_data()
+{
+    QTest::addColumn<QByteArray>("photo");
+
+    const auto patched = [](QByteArray file, qsizetype at, const QByteArray &bytes) {
+        return file.replace(at, bytes.size(), bytes);
+    };
+    const QByteArray jpeg = testphotos::jpeg();
+    const qsizetype frame = jpeg.indexOf("\xff\xc0");
+    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc");
+    QTest::newRow("bmp") << patched(testphotos::encoded(testphotos::scene(9, 9), "bmp"), 18,
+                                    QByteArray("\0\0\7\0\0\0\7\0", 8));
+    QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n");
+    QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6,
+                                    "\xff\xff\xff\xff");
+}
+
+void tst_BatchFaults::bombs()
+{
+    QFETCH(QByteArray, photo);
+    BatchProcess batch;
+    batch.write("photo", photo);
+    QElapsedTimer clock;
+    clock.start();
+    const auto outcome = batch.run({"--max-memory", "50M", "--format", "png", "photo"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors.count('\n'), 1);
+    QVERIFY(clock.elapsed() < 20000);
+    QCOMPARE(batch.files(), QStringList {"photo"});
+}
+
+void tst_BatchFaults::maximumMemoryIsNamed()
+{
+    BatchProcess batch;
+    batch.write("a.png", testphotos::encoded(testphotos::scene(800, 600), "png"));
+    const auto outcome = batch.run({"--max-memory", "1M", "a.png"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.startsWith("a.png: is 800 x 600 pixels and needs "),
+             outcome.errors.constData());
+    QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
+    COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.png"}), 0);
+}
+
+void tst_BatchFaults::maximumMemoryOfStandardInput()
+{
+    BatchProcess batch;
+    const auto outcome = batch.shell("head -c 3000000 /dev/zero | \"$batch\" --max-memory 1M -");
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY(outcome.errors.contains("1 MB that --max-memory allows"));
+}
+
+void tst_BatchFaults::tooManyScans()
+{
+    const QByteArray photo = photoIn("progressive jpeg");
+    // The last scan, of one coefficient's last bit, over and over again.
+    const qsizetype last = photo.lastIndexOf("\xff\xda");
+    QVERIFY(last > 0);
+    const QByteArray scan = photo.mid(last).chopped(2);
+    BatchProcess batch;
+    batch.write("photo", photo.left(last) + scan.repeated(1000) + "\xff\xd9");
+    const auto outcome = batch.run({"--allow-truncated", "photo"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("more than 500 scans"), outcome.errors.constData());
+}
+
+void tst_BatchFaults::tooLargeForJpeg()
+{
+    BatchProcess batch;
+    batch.write("a.png", testphotos::encoded(testphotos::scene(65501, 8), "png"));
+    const auto outcome = batch.run({"a.png"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("65500"), outcome.errors.constData());
+    COMPARE_EXIT(batch.run({"--format", "png", "a.png"}), 0);
+}
+
+void tst_BatchFaults::fewMemoryForManyJobs()
+{
+    BatchProcess batch;
+    for (int i = 0; i < 8; ++i) {
+        batch.write(QStringLiteral("p/%1.png").arg(i),
+                    testphotos::encoded(testphotos::scene(400, 300, i), "png"));
+    }
+    // Room for one at a time.
+    COMPARE_EXIT(batch.run({"-j", "8", "--max-memory", "1M", "--output-dir", "out", "p"}), 0);
+    QCOMPARE(batch.files().size(), 16);
+}
+
+void tst_BatchFaults::fullDisk_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("mode");
+
+    for (const char *format : {"jpg", "png"}) {
+        QTest::addRow("%s, new", format) << format << "";
+        QTest::addRow("%s, replacing", format) << format << "--overwrite";
+    }
+}
+
+void tst_BatchFaults::fullDisk()
+{
+    QFETCH(QString, format);
+    QFETCH(QString, mode);
+    BatchProcess batch;
+    batch.write("large.jpg", testphotos::jpeg(900, 700));
+    batch.write("small.jpg", testphotos::jpeg());
+    QStringList expected {"large.jpg", "out/small." + format, "small.jpg"};
+    if (!mode.isEmpty()) {
+        batch.write("out/large." + format, "mine");
+        expected.insert(1, "out/large." + format);
+    }
+    // Files may have 32 blocks of 512 bytes at the most.
+    const auto outcome = batch.shell("ulimit -f 32; \"$batch\" --output-dir out --format " + format
+                                     + " " + mode + " large.jpg small.jpg");
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, QByteArray("large.jpg: cannot write the output: File too large\n"));
+    QCOMPARE(batch.files(), expected);
+    if (!mode.isEmpty())
+        QCOMPARE(batch.contents("out/large." + format), "mine");
+}
+
+void tst_BatchFaults::fullFileSystem()
+{
+    if (geteuid() != 0)
+        QSKIP("only root can mount a small file system");
+    BatchProcess batch;
+    batch.write("large.jpg", testphotos::jpeg(900, 700));
+    // A mount of its own, which ends with the shell.
+    const auto outcome =
+        batch.shell("unshare -m sh -c 'mkdir out && mount -t tmpfs -o size=64k none out || exit 99;"
+                    " \"$batch\" --output-dir out large.jpg; echo code $?; ls -A out'");
+    if (outcome.exitCode == 99 || outcome.errors.contains("unshare"))
+        QSKIP("mounting is not allowed here");
+    QCOMPARE(outcome.output, QByteArray("code 1\n"));
+    QCOMPARE(outcome.errors,
+             QByteArray("large.jpg: cannot write the output: No space left on device\n"));
+}
+
+void tst_BatchFaults::unwritableFolder()
+{
+    BatchProcess batch;
+    batch.write("in/a.jpg", testphotos::jpeg());
+    batch.write("in/secret.jpg", testphotos::jpeg());
+    batch.write("shut/a.jpg", "mine");
+    QCOMPARE(batch
+                 .shell("chmod 755 . in && chmod 600 in/secret.jpg && chmod 555 shut && mkdir open"
+                        " && chmod 777 open")
+                 .exitCode,
+             0);
+    QString as;
+    if (geteuid() == 0) {
+        // Root may write everywhere: become somebody who may not.
+        if (QStandardPaths::findExecutable("setpriv").isEmpty())
+            QSKIP("setpriv (util-linux) is needed to run as an ordinary user");
+        as = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+        if (batch.shell(as + "test -x \"$batch\"").exitCode != 0)
+            QSKIP("an ordinary user cannot reach the program's folder");
+    }
+    const auto outcome = batch.shell(as + "\"$batch\" --overwrite --output-dir shut in/a.jpg");
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("Permission denied"), outcome.errors.constData());
+    QCOMPARE(outcome.errors.count('\n'), 1);
+    QCOMPARE(batch.contents("shut/a.jpg"), "mine");
+    if (geteuid() == 0) {
+        const auto unreadable = batch.shell(as + "\"$batch\" --output-dir open in");
+        COMPARE_EXIT(unreadable, 1);
+        QVERIFY(unreadable.errors.contains("secret.jpg: cannot be read: Permission denied"));
+        QVERIFY(batch.exists("open/a.jpg"));
+    }
+    QCOMPARE(batch.shell("chmod 755 shut").exitCode, 0);
+}
+
+void tst_BatchFaults::brokenFiles()
+{
+    const QString folder = QStringLiteral("/usr/libexec/installed-tests/gdk-pixbuf");
+    if (!QFileInfo(folder).isDir())
+        QSKIP("the package gdk-pixbuf-tests, which has the broken files, is not installed");
+    BatchProcess batch;
+    int photos = 0;
+    QByteArray list;
+    QDirIterator walk(folder, QDir::Files, QDirIterator::Subdirectories);
+    QVERIFY(QDir(batch.folder.path()).mkdir("in"));
+    while (walk.hasNext()) {
+        // Numbered, because some names differ in their suffix only.
+        const QString file = walk.next();
+        const QString name =
+            QStringLiteral("in/%1 %2").arg(++photos, 4).arg(QFileInfo(file).fileName());
+        QVERIFY(QFile::link(file, batch.path(name)));
+        list += name.toUtf8() + '\0';
+    }
+    QVERIFY(photos > 100);
+    for (const char *mode : {"--skip-existing", "--allow-truncated"}) {
+        QElapsedTimer clock;
+        clock.start();
+        const auto outcome = batch.run({"--files-from", "-", "--null", "--json", "--max-memory",
+                                        "1G", "--format", "png", "--output-dir", mode + 2, mode},
+                                       list);
+        COMPARE_EXIT(outcome, 1);
+        QCOMPARE(outcome.output.count('\n'), photos);
+        QCOMPARE(outcome.errors.count('\n'), outcome.output.count("\"failed\""));
+        QVERIFY(outcome.output.count("\"done\"") > 50);
+        QVERIFY2(clock.elapsed() < 100000, QByteArray::number(clock.elapsed()).constData());
+    }
+}
+
+CRAYVELL_TEST_MAIN(tst_BatchFaults)
+#include "tst_batchfaults.moc"
