@@ -1,7 +1,13 @@
 // The edge buffer of a photo: the engine's fused pass against the plain
-// per-pixel code, both on one thread, and against copying the photo's bytes.
+// per-pixel code, against OpenCV where it is installed, and against copying the
+// photo's bytes. All on one thread.
 
+#include <cstdlib>
 #include <cstring>
+
+#ifdef CRAYVELL_OPENCV
+#include <opencv2/imgproc.hpp>
+#endif
 
 #include "bench/support/benchmain.h"
 #include "sketch/edgebuffer.h"
@@ -39,6 +45,61 @@ void fused(benchmark::State &state, const QImage &photo)
     bench::countPixels(state, photo.size());
 }
 
+#ifdef CRAYVELL_OPENCV
+
+// The same picture from OpenCV's own steps. They are approximate: fixed-point
+// greys, a quotient that is rounded once, and a dilated border. All pictures
+// exist before the clock starts.
+class OpenCvEdges
+{
+public:
+    explicit OpenCvEdges(const QImage &photo)
+        : m_photo(photo.height(), photo.width(), CV_8UC4, const_cast<uchar *>(photo.constBits()),
+                  static_cast<std::size_t>(photo.bytesPerLine()))
+    {
+        cv::setNumThreads(1);
+        make();
+    }
+
+    void make()
+    {
+        cv::cvtColor(m_photo, m_grey, cv::COLOR_BGRA2GRAY);
+        cv::dilate(m_grey, m_dilated, m_neighbourhood);
+        cv::divide(m_grey, m_dilated, m_dodged, 255);
+        cv::bitwise_not(m_dodged, m_edges);
+    }
+
+    const cv::Mat &edges() const { return m_edges; }
+
+private:
+    cv::Mat m_photo;
+    cv::Mat m_neighbourhood = cv::getStructuringElement(cv::MORPH_RECT, {5, 5});
+    cv::Mat m_grey, m_dilated, m_dodged, m_edges;
+};
+
+double meanDifference(const cv::Mat &approximate, const Edges &exact)
+{
+    double sum = 0;
+    for (std::size_t i = 0; i < exact.size(); ++i)
+        sum += std::abs(int(approximate.data[i]) - int(exact[i]));
+    return sum / static_cast<double>(exact.size());
+}
+
+void openCv(benchmark::State &state, const QImage &photo)
+{
+    OpenCvEdges pipeline(photo);
+    Edges exact(pixelCount(photo));
+    inverterodesketch(photo, exact.data(), {});
+    state.counters["difference"] = meanDifference(pipeline.edges(), exact);
+    if (meanDifference(pipeline.edges(), exact) > 3)
+        state.SkipWithError("not nearly the engine's result");
+    for (auto _ : state)
+        pipeline.make();
+    bench::countPixels(state, photo.size());
+}
+
+#endif // CRAYVELL_OPENCV
+
 void copy(benchmark::State &state, const QImage &photo)
 {
     std::vector<uchar> bytes(static_cast<std::size_t>(photo.sizeInBytes()));
@@ -49,10 +110,11 @@ void copy(benchmark::State &state, const QImage &photo)
     bench::countPixels(state, photo.size());
 }
 
-void add(const std::string &name, void (*function)(benchmark::State &, const QImage &),
-         const QImage &photo)
+benchmark::internal::Benchmark *add(const std::string &name,
+                                    void (*function)(benchmark::State &, const QImage &),
+                                    const QImage &photo)
 {
-    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
+    return benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
         function(state, photo);
     })->Unit(benchmark::kMillisecond);
 }
@@ -65,13 +127,22 @@ int main(int argc, char **argv)
     const std::string suffix = "/" + bench::sizeName(size);
     const QImage colour = bench::photo(size);
     const QImage grey = bench::photo(size, true);
-    add("copy" + suffix, copy, colour);
-    add("edgebuffer/plain" + suffix, plain, colour);
-    add("edgebuffer/fused" + suffix, fused, colour);
-    add("edgebuffer/fused-grey" + suffix, fused, grey);
-    return bench::run(argc, argv,
-                      {{"edgebuffer/fused" + suffix, "edgebuffer/plain" + suffix},
-                       {"edgebuffer/fused-grey" + suffix, "edgebuffer/plain" + suffix},
-                       {"copy" + suffix, "edgebuffer/fused" + suffix},
-                       {"copy" + suffix, "edgebuffer/fused-grey" + suffix}});
+    const std::string copied = "copy" + suffix;
+    const std::string plainEdges = "edgebuffer/plain" + suffix;
+    std::vector<Ratio> ratios;
+    const auto addBeside = [&](const QImage &photo, const std::string &kind) {
+        const std::string fusedEdges = "edgebuffer/fused" + kind + suffix;
+        add(fusedEdges, fused, photo);
+        ratios.insert(ratios.end(), {{fusedEdges, plainEdges}, {copied, fusedEdges}});
+#ifdef CRAYVELL_OPENCV
+        const std::string approximateEdges = "edgebuffer/opencv" + kind + suffix;
+        add(approximateEdges, openCv, photo);
+        ratios.push_back({fusedEdges, approximateEdges});
+#endif
+    };
+    add(copied, copy, colour);
+    add(plainEdges, plain, colour)->Repetitions(1); // takes seconds, differs by little
+    addBeside(colour, "");
+    addBeside(grey, "-grey");
+    return bench::run(argc, argv, ratios);
 }

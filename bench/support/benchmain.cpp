@@ -66,6 +66,14 @@ private:
     bool m_failed = false;
 };
 
+std::vector<double> wave(int length, double frequency, double amplitude)
+{
+    std::vector<double> values(static_cast<std::size_t>(length));
+    for (int i = 0; i < length; ++i)
+        values[i] = amplitude * std::sin(i * frequency);
+    return values;
+}
+
 } // namespace
 
 QSize pictureSize(int argc, char **argv)
@@ -82,13 +90,15 @@ std::string sizeName(QSize size)
 QImage photo(QSize size, bool grey)
 {
     std::mt19937 random(7);
+    const auto across = wave(size.width(), 0.003, 70);
+    const auto down = wave(size.height(), 0.004, 1);
+    const auto texture = wave(size.width() + size.height(), 0.08, 30);
     QImage image(size, QImage::Format_ARGB32);
     for (int y = 0; y < size.height(); ++y) {
         auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
         for (int x = 0; x < size.width(); ++x) {
             const quint32 grain = random();
-            const double shade = 110 + 70 * std::sin(x * 0.003) * std::cos(y * 0.004)
-                + 30 * std::sin((x + y) * 0.08);
+            const double shade = 110 + across[x] * down[y] + texture[x + y];
             const auto channel = [&](int offset, int shift) {
                 return std::clamp(int(shade) + offset + int((grain >> shift) & 15), 0, 255);
             };
