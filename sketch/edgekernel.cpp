@@ -53,6 +53,7 @@ public:
 
     explicit Workspace(std::size_t width)
         : doubtful(width / 64 + slack / 8)
+        , positions(width + slack)
         , m_pitch(width + 2 * slack)
         , m_bytes((taps + 1) * m_pitch)
     {
@@ -62,6 +63,7 @@ public:
 
     // One bit a pixel: where only the double sum can tell the luminance.
     std::vector<quint64> doubtful;
+    std::vector<quint32> positions; // of these pixels
     const std::array<uchar, 32> lossy = lossyGreys();
 
 private:
@@ -73,20 +75,6 @@ private:
     std::size_t m_pitch;
     std::vector<uchar> m_bytes;
 };
-
-// Settles the doubtful pixels of a row one by one; they are about one in a
-// hundred of a colour photo.
-inline void settleDoubtful(const uchar *pixels, Workspace &space, std::size_t width,
-                           uchar *luminance)
-{
-    for (std::size_t word = 0; word * 64 < width; ++word) {
-        for (quint64 bits = space.doubtful[word]; bits != 0; bits &= bits - 1) {
-            const std::size_t x = word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
-            const uchar *pixel = pixels + 4 * x;
-            luminance[x] = exactLuminance(pixel[2], pixel[1], pixel[0]);
-        }
-    }
-}
 
 } // namespace sketch
 
@@ -144,35 +132,73 @@ using VLongs = hn::Vec<Longs>;
 // A byte vector is worked on as its even and odd bytes in 16-bit lanes, or as
 // the four bytes of 32-bit lanes: taking apart and putting together are shifts
 // and masks, which no instruction set has in an order of its own.
-HWY_INLINE VWords evenBytes(VBytes v)
-{
-    const Words d;
-    return hn::And(hn::BitCast(d, v), hn::Set(d, 0x00ff));
-}
-
-HWY_INLINE VWords oddBytes(VBytes v)
-{
-    return hn::ShiftRight<8>(hn::BitCast(Words(), v));
-}
-
 HWY_INLINE VBytes joinBytes(VWords even, VWords odd)
 {
     return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
 }
 
-// Quotient by 100 of the weighted sum, and where the remainder is zero.
+// A vector of luminances is computed from four vectors of pixels, the first of
+// which make the lowest bytes of its 32-bit lanes. This puts them in order.
+HWY_INLINE VBytes inPixelOrder(VBytes bytes)
+{
+    alignas(16) static constexpr uint8_t transposed[16] = {0, 4, 8,  12, 1, 5, 9,  13,
+                                                           2, 6, 10, 14, 3, 7, 11, 15};
+    const Bytes d;
+    const Longs d32;
+    const std::size_t blocks = hn::Lanes(d) / 16;
+    HWY_ALIGN int32_t lanes[HWY_MAX_BYTES / 4];
+    for (std::size_t i = 0; i < 4 * blocks; ++i)
+        lanes[i] = static_cast<int32_t>(i % blocks * 4 + i / blocks);
+    const auto blockwise = hn::TableLookupBytes(bytes, hn::LoadDup128(d, transposed));
+    return hn::BitCast(
+        d, hn::TableLookupLanes(hn::BitCast(d32, blockwise), hn::SetTableIndices(d32, lanes)));
+}
+
+struct FourVectors
+{
+    VLongs first, second, third, fourth;
+};
+
+HWY_INLINE FourVectors loadPixels(const uchar *pixels)
+{
+    const Longs d;
+    const auto *p = reinterpret_cast<const uint32_t *>(pixels);
+    const std::size_t lanes = hn::Lanes(d);
+    return {hn::LoadU(d, p), hn::LoadU(d, p + lanes), hn::LoadU(d, p + 2 * lanes),
+            hn::LoadU(d, p + 3 * lanes)};
+}
+
+// 30 r + 59 g + 11 b.
+HWY_INLINE VLongs weightedSum(VLongs pixels)
+{
+    const hn::RebindToSigned<Words> d16;
+    const hn::RebindToSigned<Longs> d32;
+    const VWords words = hn::BitCast(Words(), pixels);
+    const auto blueRed = hn::BitCast(d16, hn::And(words, hn::Set(Words(), 0x00ff)));
+    const auto greenAlpha = hn::BitCast(d16, hn::ShiftRight<8>(words));
+    const auto weights1 = hn::BitCast(d16, hn::Set(Longs(), 30 << 16 | 11));
+    const auto weights2 = hn::BitCast(d16, hn::Set(Longs(), 59));
+    auto other = hn::Zero(d32);
+    const auto one = hn::ReorderWidenMulAccumulate(d32, blueRed, weights1, hn::Zero(d32), other);
+    const auto sum = hn::ReorderWidenMulAccumulate(d32, greenAlpha, weights2, one, other);
+    return hn::BitCast(Longs(), hn::RearrangeToOddPlusEven(sum, other));
+}
+
+HWY_INLINE VWords joinWords(VLongs even, VLongs odd)
+{
+    return hn::BitCast(Words(), hn::Or(even, hn::ShiftLeft<16>(odd)));
+}
+
+// Quotient by 100 of a weighted sum, and where the remainder is zero.
 struct Hundredths
 {
     VWords quotient;
     VWords isWhole; // all ones or zero
 };
 
-HWY_INLINE Hundredths hundredths(VWords red, VWords green, VWords blue)
+HWY_INLINE Hundredths hundredths(VWords sum)
 {
     const Words d;
-    const VWords sum =
-        hn::Add(hn::Add(hn::Mul(red, hn::Set(d, 30)), hn::Mul(green, hn::Set(d, 59))),
-                hn::Mul(blue, hn::Set(d, 11)));
     // 41944 / 2^22 is so little above 1/100 that sums up to 25500 divide right.
     const VWords quotient = hn::ShiftRight<6>(hn::MulHigh(sum, hn::Set(d, 41944)));
     const auto isWhole = hn::Eq(sum, hn::Mul(quotient, hn::Set(d, 100)));
@@ -195,45 +221,143 @@ HWY_INLINE hn::Mask<Bytes> losesALevel(VBytes grey, const uchar *lossy)
     return hn::TestBit(bits, bit);
 }
 
-// The luminance of one vector of pixels. 30 r + 59 g + 11 b divided by 100 is
-// right wherever a remainder is left. Where there is none the double sum may
-// fall just short of the whole number: for greys a table tells, other pixels
-// are marked as doubtful.
-HWY_INLINE void luminanceVector(const uchar *pixels, const uchar *lossy, uchar *luminance,
-                                uchar *doubtful)
+HWY_INLINE VBytes greyLuminance(VBytes grey, const uchar *lossy)
+{
+    const auto loses = hn::VecFromMask(Bytes(), losesALevel(grey, lossy));
+    return hn::Add(grey, loses); // adds 255, that is -1
+}
+
+// Luminances and where they are doubtful.
+struct Luminance
+{
+    VBytes level;
+    hn::Mask<Bytes> isDoubtful;
+};
+
+// 30 r + 59 g + 11 b divided by 100 is right wherever a remainder is left. Where
+// there is none the double sum may fall just short of the whole number.
+HWY_INLINE Luminance colourLuminance(const FourVectors &pixels)
+{
+    const Bytes d;
+    const Hundredths even =
+        hundredths(joinWords(weightedSum(pixels.first), weightedSum(pixels.third)));
+    const Hundredths odd =
+        hundredths(joinWords(weightedSum(pixels.second), weightedSum(pixels.fourth)));
+    const VBytes level = joinBytes(even.quotient, odd.quotient);
+    const VBytes isWhole = hn::OddEven(hn::BitCast(d, odd.isWhole), hn::BitCast(d, even.isWhole));
+    return {inPixelOrder(level), hn::MaskFromVec(inPixelOrder(isWhole))};
+}
+
+// The greys among the pixels are not doubtful: a table tells their luminance.
+HWY_INLINE void settleGreys(const uchar *pixels, const uchar *lossy, Luminance &luminance)
 {
     const Bytes d;
     VBytes blue, green, red, alpha;
     hn::LoadInterleaved4(d, pixels, blue, green, red, alpha);
-    const Hundredths even = hundredths(evenBytes(red), evenBytes(green), evenBytes(blue));
-    const Hundredths odd = hundredths(oddBytes(red), oddBytes(green), oddBytes(blue));
-    VBytes level = joinBytes(even.quotient, odd.quotient);
-    const auto isWhole =
-        hn::MaskFromVec(hn::OddEven(hn::BitCast(d, odd.isWhole), hn::BitCast(d, even.isWhole)));
     const auto isGrey = hn::And(hn::Eq(red, green), hn::Eq(green, blue));
-    if (!hn::AllFalse(d, isGrey)) {
-        const auto loses = hn::And(isGrey, losesALevel(level, lossy));
-        level = hn::Add(level, hn::VecFromMask(d, loses)); // adds 255, that is -1
-    }
-    hn::StoreU(level, d, luminance);
-    hn::StoreMaskBits(d, hn::AndNot(isGrey, isWhole), doubtful);
+    luminance.level = hn::IfThenElse(isGrey, greyLuminance(green, lossy), luminance.level);
+    luminance.isDoubtful = hn::AndNot(isGrey, luminance.isDoubtful);
 }
 
-// pixels holds at least a vector of pixels, or a copy that does.
+HWY_INLINE bool allGrey(const FourVectors &pixels)
+{
+    const Longs d;
+    const auto differing = [](VLongs v) HWY_ATTR { return hn::Xor(v, hn::ShiftRight<8>(v)); };
+    const VLongs any = hn::Or(hn::Or(differing(pixels.first), differing(pixels.second)),
+                              hn::Or(differing(pixels.third), differing(pixels.fourth)));
+    return hn::AllTrue(d, hn::Eq(hn::ShiftLeft<16>(any), hn::Zero(d)));
+}
+
+// The greys of pixels that have equal channels.
+HWY_INLINE VBytes greysOf(const FourVectors &pixels)
+{
+    const Longs d;
+    const VLongs low = hn::Or(hn::And(pixels.first, hn::Set(d, 0x000000ff)),
+                              hn::And(pixels.second, hn::Set(d, 0x0000ff00)));
+    const VLongs high =
+        hn::Or(hn::And(pixels.third, hn::Set(d, 0x00ff0000)), hn::ShiftLeft<24>(pixels.fourth));
+    return inPixelOrder(hn::BitCast(Bytes(), hn::Or(low, high)));
+}
+
+// The luminance of one vector of pixels after another.
+class LuminanceVectors
+{
+public:
+    LuminanceVectors(const uchar *lossy, uchar *luminance, uchar *doubtful)
+        : m_lossy(lossy)
+        , m_luminance(luminance)
+        , m_doubtful(doubtful)
+    {
+    }
+
+    // Pixels x and following.
+    HWY_INLINE void compute(const uchar *pixels, std::size_t x)
+    {
+        const Bytes d;
+        const FourVectors four = loadPixels(pixels + 4 * x);
+        if (m_expectGreys && allGrey(four)) {
+            store({greyLuminance(greysOf(four), m_lossy), hn::MaskFromVec(hn::Zero(d))}, x);
+            return;
+        }
+        Luminance luminance = colourLuminance(four);
+        // One colour in a hundred is doubtful, but every grey.
+        m_expectGreys = hn::CountTrue(d, luminance.isDoubtful) > hn::Lanes(d) / 8;
+        if (m_expectGreys)
+            settleGreys(pixels + 4 * x, m_lossy, luminance);
+        store(luminance, x);
+    }
+
+private:
+    HWY_INLINE void store(const Luminance &luminance, std::size_t x)
+    {
+        const Bytes d;
+        hn::StoreU(luminance.level, d, m_luminance + x);
+        hn::StoreMaskBits(d, luminance.isDoubtful, m_doubtful + x / 8);
+    }
+
+    const uchar *m_lossy;
+    uchar *m_luminance;
+    uchar *m_doubtful;
+    bool m_expectGreys = true;
+};
+
+// Settles the doubtful pixels of a row with the double sum. Their positions are
+// gathered first, two for each word of bits whether there are so many or not: a
+// loop over the few bits of each word would end where no processor expects it.
+HWY_INLINE void settleDoubtful(const uchar *pixels, Workspace &space, std::size_t width,
+                               uchar *luminance)
+{
+    quint32 *end = space.positions.data();
+    for (std::size_t word = 0; word * 64 < width; ++word) {
+        const quint64 bits = space.doubtful[word];
+        const auto position = [&](quint64 rest) HWY_ATTR {
+            return static_cast<quint32>(word * 64) + static_cast<quint32>(std::countr_zero(rest));
+        };
+        quint64 rest = bits & (bits - 1);
+        end[0] = position(bits);
+        end[1] = position(rest);
+        end += (bits != 0) + (rest != 0);
+        for (rest &= rest - 1; rest != 0; rest &= rest - 1)
+            *end++ = position(rest);
+    }
+    for (const quint32 *x = space.positions.data(); x != end; ++x) {
+        const uchar *pixel = pixels + std::size_t(4) * *x;
+        luminance[*x] = exactLuminance(pixel[2], pixel[1], pixel[0]);
+    }
+}
+
 HWY_INLINE void luminanceRow(const uchar *pixels, std::size_t width, Workspace &space,
                              uchar *luminance)
 {
     const std::size_t lanes = hn::Lanes(Bytes());
     constexpr std::size_t ahead = 2048; // bytes; the next row's start at a row's end
     auto *doubtful = reinterpret_cast<uchar *>(space.doubtful.data());
-    const auto vector = [&](std::size_t x) HWY_ATTR {
-        luminanceVector(pixels + 4 * x, space.lossy.data(), luminance + x, doubtful + x / 8);
-    };
+    LuminanceVectors vectors(space.lossy.data(), luminance, doubtful);
     std::size_t x = 0;
     for (; x + lanes <= width; x += lanes) {
         for (std::size_t line = 0; line < 4 * lanes; line += 64)
             hwy::Prefetch(pixels + 4 * x + line + ahead);
-        vector(x);
+        vectors.compute(pixels, x);
     }
     settleDoubtful(pixels, space, x, luminance);
     for (; x < width; ++x)
@@ -263,8 +387,9 @@ HWY_INLINE VBytes neighbourhoodMaximum(const uchar *columnMaximum)
     return hn::Max(hn::Max(outer, inner), hn::LoadU(d, columnMaximum));
 }
 
-// 65025 level div brightest. Single precision is exact here: the dividend has
-// 24 bits, and no quotient of these ranges rounds up to a whole number.
+// 65025 level div brightest, both multiplied by the same power of two. Single
+// precision is exact here: the dividend has 24 bits, and no quotient of these
+// ranges rounds up to a whole number.
 HWY_INLINE VLongs dodgeQuotient(VLongs level, VLongs brightest)
 {
     const Floats f;
@@ -290,12 +415,12 @@ HWY_INLINE VBytes dodgedEdges(VBytes level, VBytes brightest)
     const Longs d32;
     const VLongs l = hn::BitCast(d32, level);
     const VLongs m = hn::BitCast(d32, brightest);
-    const VLongs byte = hn::Set(d32, 0xff);
-    const VLongs x0 = dodgeQuotient(hn::And(l, byte), hn::And(m, byte));
-    const VLongs x1 =
-        dodgeQuotient(hn::And(hn::ShiftRight<8>(l), byte), hn::And(hn::ShiftRight<8>(m), byte));
-    const VLongs x2 =
-        dodgeQuotient(hn::And(hn::ShiftRight<16>(l), byte), hn::And(hn::ShiftRight<16>(m), byte));
+    const auto quotient = [=](uint32_t byte) HWY_ATTR {
+        return dodgeQuotient(hn::And(l, hn::Set(d32, byte)), hn::And(m, hn::Set(d32, byte)));
+    };
+    const VLongs x0 = quotient(0x0000ff);
+    const VLongs x1 = quotient(0x00ff00);
+    const VLongs x2 = quotient(0xff0000);
     const VLongs x3 = dodgeQuotient(hn::ShiftRight<24>(l), hn::ShiftRight<24>(m));
     const VWords even = hn::ShiftRight<8>(roundedLevel(x0, x2));
     const VWords odd = hn::AndNot(hn::Set(Words(), 0x00ff), roundedLevel(x1, x3));
