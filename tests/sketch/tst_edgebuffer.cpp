@@ -70,6 +70,20 @@ QImage misaligned(const QImage &photo)
             owner};
 }
 
+// Noise whose pixels lose their colour in stretches: so many coloured ones, so
+// many grey ones, and again.
+QImage greyStretches(int coloured, int grey)
+{
+    QImage photo = pictures::noise(997, 23, coloured + grey);
+    for (int i = 0; i < photo.width() * photo.height(); ++i) {
+        const QPoint place(i % photo.width(), i / photo.width());
+        const int level = qGreen(photo.pixel(place));
+        if (i % (coloured + grey) >= coloured)
+            photo.setPixel(place, qRgba(level, level, level, i));
+    }
+    return photo;
+}
+
 // For each luminance a colour that has it; greys alone leave some out.
 std::vector<QRgb> coloursOfEveryLevel()
 {
@@ -105,6 +119,8 @@ private slots:
     void vectorWidthsEqualTheReference_data();
     void vectorWidthsEqualTheReference();
     void borderColoursEqualTheReference();
+    void greyStretchesEqualTheReference_data();
+    void greyStretchesEqualTheReference();
     void everyLevelAndMaximumEqualsTheReference();
     void everyMultipleOfAHundred();
     void alphaIsIgnored();
@@ -185,6 +201,28 @@ void EdgeBufferTest::borderColoursEqualTheReference()
             photo.setPixel(x, y, palette[photo.pixel(x, y) % std::size(palette)]);
     }
     const QString wrong = differenceFromReference(photo);
+    QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void EdgeBufferTest::greyStretchesEqualTheReference_data()
+{
+    QTest::addColumn<int>("coloured");
+    QTest::addColumn<int>("grey");
+    QTest::newRow("all grey") << 0 << 1;
+    QTest::newRow("one coloured pixel in a vector") << 1 << 31;
+    QTest::newRow("one coloured pixel in many") << 1 << 300;
+    QTest::newRow("one grey pixel in a vector") << 31 << 1;
+    QTest::newRow("one grey pixel in many") << 300 << 1;
+    QTest::newRow("in turns") << 1 << 1;
+    QTest::newRow("a few of each") << 7 << 5;
+    QTest::newRow("vectors of each") << 100 << 130;
+}
+
+void EdgeBufferTest::greyStretchesEqualTheReference()
+{
+    QFETCH(int, coloured);
+    QFETCH(int, grey);
+    const QString wrong = differenceFromReference(greyStretches(coloured, grey));
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
 }
 

@@ -1,0 +1,19 @@
+# Builds for 64-bit ARM against the packages that run.sh has unpacked into
+# CRAYVELL_SYSROOT, and runs what was built in an emulator of that processor.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
+set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CRAYVELL_SYSROOT)
+set(CMAKE_SYSROOT "${CRAYVELL_SYSROOT}")
+set(CMAKE_FIND_ROOT_PATH "${CRAYVELL_SYSROOT}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L "${CRAYVELL_SYSROOT}")
+
+# moc, uic and rcc are the build machine's.
+set(QT_HOST_PATH /usr)
+file(GLOB QT_HOST_PATH_CMAKE_DIR "/usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu/cmake")
