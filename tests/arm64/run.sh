@@ -56,7 +56,7 @@ make_sysroot() {
 install_packages "${run_packages[@]}" g++-aarch64-linux-gnu qemu-user
 [[ -e $sysroot/complete ]] || make_sysroot
 cmake -S "$root" -B "$folder/tree" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCRAYVELL_WERROR=ON \
-    -DCRAYVELL_BENCH=OFF -DCRAYVELL_SYSROOT="$sysroot" \
+    -DCRAYVELL_BATCH=OFF -DCRAYVELL_BENCH=OFF -DCRAYVELL_EXAMPLES=OFF -DCRAYVELL_SYSROOT="$sysroot" \
     -DCMAKE_TOOLCHAIN_FILE="$root/tests/arm64/toolchain.cmake" >&2
 cmake --build "$folder/tree" --target tests/sketch/all -- --quiet >&2
 export QT_PLUGIN_PATH=$sysroot/usr/lib/aarch64-linux-gnu/qt6/plugins
