@@ -114,9 +114,9 @@ benchmark::internal::Benchmark *add(const std::string &name,
                                     void (*function)(benchmark::State &, const QImage &),
                                     const QImage &photo)
 {
-    return benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) {
-        function(state, photo);
-    })->Unit(benchmark::kMillisecond);
+    return benchmark::RegisterBenchmark(name.c_str(),
+                                        [=](benchmark::State &state) { function(state, photo); })
+        ->Unit(benchmark::kMillisecond);
 }
 
 } // namespace

@@ -2,11 +2,38 @@
 
 #include <QImageReader>
 
+#include <atomic>
+#include <cstdlib>
+#include <new>
 #include <vector>
 
 #include "sketch/edgebuffer_reference.h"
 #include "tests/sketch/variantmain.h"
 #include "tests/support/pictures.h"
+
+namespace {
+
+std::atomic<std::size_t> allocated; // bytes that the program has asked new for
+
+} // namespace
+
+void *operator new(std::size_t size)
+{
+    allocated += size;
+    if (void *memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
 
 namespace {
 
@@ -124,6 +151,7 @@ private slots:
     void everyLevelAndMaximumEqualsTheReference();
     void everyMultipleOfAHundred();
     void alphaIsIgnored();
+    void memoryIsAFewRows();
     void uniformPicturesAreBlank_data();
     void uniformPicturesAreBlank();
     void aDarkPixelStaysAlone();
@@ -292,6 +320,22 @@ void EdgeBufferTest::alphaIsIgnored()
             photo.setPixel(x, y, (photo.pixel(x, y) & 0xffffffU) | (quint32(x * 5) << 24));
     }
     QCOMPARE(edgesOf(photo), opaque);
+}
+
+// Besides the photo and the edge buffer; pictures of 108 megapixels are so wide.
+void EdgeBufferTest::memoryIsAFewRows()
+{
+    const auto needed = [](int height) {
+        const QImage photo = pictures::noise(12000, height);
+        Edges edges(std::size_t(12000) * height);
+        const std::size_t before = allocated;
+        inverterodesketch(photo, edges.data(), {});
+        return allocated - before;
+    };
+    const std::size_t low = needed(20);
+    QVERIFY(low > 0);
+    QVERIFY2(low < 16 * 12000, qPrintable(QString::number(low)));
+    QCOMPARE(needed(200), low);
 }
 
 void EdgeBufferTest::uniformPicturesAreBlank_data()
