@@ -43,14 +43,20 @@ function(_crayvell_note_sources)
     endforeach()
 endfunction()
 
-# Stops the configuration when a .cpp file below one of the given folders
-# belongs to no target: a forgotten test would otherwise look like a passing one.
+# crayvell_check_sources(FOLDERS folders... EXCEPT subfolders...) stops the
+# configuration when a .cpp file below one of the folders belongs to no target: a
+# forgotten test would otherwise look like a passing one. Subfolders end in "/".
 function(crayvell_check_sources)
+    cmake_parse_arguments(PARSE_ARGV 0 ARG "" "" "FOLDERS;EXCEPT")
     get_property(known GLOBAL PROPERTY CRAYVELL_SOURCES)
-    foreach(folder IN LISTS ARGV)
-        file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
+    foreach(folder IN LISTS ARG_FOLDERS)
+        file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+            "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
+        foreach(subfolder IN LISTS ARG_EXCEPT)
+            list(FILTER sources EXCLUDE REGEX "^${subfolder}")
+        endforeach()
         foreach(source IN LISTS sources)
-            if(NOT source IN_LIST known AND NOT source MATCHES "/tests/consumer/")
+            if(NOT "${PROJECT_SOURCE_DIR}/${source}" IN_LIST known)
                 message(SEND_ERROR "${source} belongs to no target")
             endif()
         endforeach()
