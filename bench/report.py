@@ -29,11 +29,16 @@ GROUPS = [
         ("memset of the picture", "levels", "fill"),
         ("Crayvell", "levels", "levels/rows"),
     ]),
+    ("Blur, 5 taps", [
+        ("OpenCV, rounds otherwise", "gaussianblur", "blur/opencv"),
+        ("Crayvell, exact", "gaussianblur", "blur/rows"),
+    ]),
 ]
 # Too long for bars in the same plot.
 PLAIN = [
     ("Edge buffer", "edgebuffer", "edgebuffer/fused", "edgebuffer/plain"),
     ("Levels", "levels", "levels/rows", "levels/plain"),
+    ("Blur", "gaussianblur", "blur/rows", "blur/plain"),
 ]
 SCALES = ["1000x1000", "3000x2000", "6000x4000", "12000x9000"]
 
@@ -112,20 +117,21 @@ text { font: 13px sans-serif; fill: #1f2328 }
   .ground { fill: #0d1117 }
 }
 """
-WIDTH, LEFT, RIGHT, ROW = 760, 270, 110, 26
+WIDTH, LEFT, RIGHT, ROW = 760, 270, 136, 26
 
 
-def kind(index, label):
-    if index == 0:
-        return "measure"
-    return "ours" if label.startswith("Crayvell") else "other"
+def kind(label):
+    for start, name in (("Crayvell", "ours"), ("OpenCV", "other")):
+        if label.startswith(start):
+            return name
+    return "measure"
 
 
 def bar(y, label, time, measure, longest, index):
     length = (WIDTH - LEFT - RIGHT) * time / longest
     factor = "" if index == 0 else f'<tspan class="quiet" dx="8">{time / measure:.2f}×</tspan>'
     return (f'<text x="{LEFT - 12}" y="{y + 14}" text-anchor="end">{escape(label)}</text>'
-            f'<rect class="{kind(index, label)}" x="{LEFT}" y="{y}" width="{length:.1f}"'
+            f'<rect class="{kind(label)}" x="{LEFT}" y="{y}" width="{length:.1f}"'
             f' height="{ROW - 7}" rx="2"/>'
             f'<text x="{LEFT + length + 8:.1f}" y="{y + 14}">{time:.1f} ms{factor}</text>')
 
@@ -144,7 +150,7 @@ def plot(groups, context):
     processor = escape(f'{context["CPU"]}, {context["compiler"]}')
     head = (f'<svg xmlns="http://www.w3.org/2000/svg" width="{WIDTH}" height="{y + 10}"'
             f' viewBox="0 0 {WIDTH} {y + 10}" role="img"'
-            ' aria-label="Times of the edge buffer and the levels">')
+            ' aria-label="Times of the edge buffer, the levels and the blur">')
     caption = [
         f'<rect class="ground" width="{WIDTH}" height="{y + 10}" rx="6"/>',
         '<text class="title" x="24" y="30">A photo of 24 megapixels, one thread</text>',

@@ -1,4 +1,4 @@
-# Set-up that ./run and ./test share; sourced, not run. Expects $root to be the
+# Set-up that ./run, ./test and bench/run share; sourced, not run. Expects $root to be the
 # top folder of the tree.
 
 # What building and showing the programs takes.

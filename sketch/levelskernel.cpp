@@ -122,9 +122,11 @@ HWY_INLINE void renderRow(const uchar *edges, std::size_t width, const Levels &l
                           uchar *pixels)
 {
     const Pixels d32;
+    constexpr std::size_t ahead = 2048; // bytes
     std::size_t x = unalignedPixels(pixels, width);
     renderWithTable(edges, x, levels, pixels);
     for (; x + hn::Lanes(d32) <= width; x += hn::Lanes(d32)) {
+        hwy::Prefetch(edges + x + ahead);
         auto *target = reinterpret_cast<uint32_t *>(pixels) + x;
         const VPixels greys = stretchedPixels(edges + x, levels.stretch);
         if (stream)

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #ifdef CRAYVELL_OPENCV
 #include <opencv2/imgproc.hpp>
@@ -30,13 +31,29 @@ void plain(benchmark::State &state, const QImage &photo)
     bench::countPixels(state, photo.size());
 }
 
-void fused(benchmark::State &state, const QImage &photo)
+bool equalsReference(const QImage &photo)
 {
     Edges expected(pixelCount(photo));
     reference::edgeBuffer(photo, expected.data());
     Edges edges(pixelCount(photo));
     inverterodesketch(photo, edges.data(), {});
-    if (edges != expected)
+    return edges == expected;
+}
+
+// Finds it out once for each picture: the reference takes seconds.
+bool isRight(const QImage &photo)
+{
+    static std::map<qint64, bool> known;
+    const auto [answer, isNew] = known.try_emplace(photo.cacheKey());
+    if (isNew)
+        answer->second = equalsReference(photo);
+    return answer->second;
+}
+
+void fused(benchmark::State &state, const QImage &photo)
+{
+    Edges edges(pixelCount(photo));
+    if (!isRight(photo))
         state.SkipWithError("not the reference's result");
     for (auto _ : state) {
         inverterodesketch(photo, edges.data(), {});

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Tests of ./run and ./test: arguments, a missing display, missing packages.
+# Tests of ./run, ./test and bench/run: arguments, a missing display, missing packages.
 # usage: tst_commands.sh SOURCE_FOLDER
 set -uo pipefail
 source_folder=$1
@@ -55,6 +55,13 @@ check "test: too many arguments" 2 '^usage: \./test' "$source_folder/test" relea
 check "test: help" 0 '^usage: \./test' "$source_folder/test" --help
 check "test: packages cannot be installed" 1 'apt-get install .*xvfb' \
     "${bare[@]}" "$source_folder/test"
+check "bench/run: unknown option" 2 '^usage: bench/run' "$source_folder/bench/run" --fast
+check "bench/run: unknown benchmark" 2 'no benchmark "speed"' "$source_folder/bench/run" speed
+check "bench/run: help" 0 '^usage: bench/run' "$source_folder/bench/run" --help
+check "bench/run: packages cannot be installed" 1 'apt-get install .*libopencv-dev' \
+    "${bare[@]}" "$source_folder/bench/run"
+check "arm64/run.sh: unknown option" 2 '^usage: tests/arm64/run.sh' \
+    "$source_folder/tests/arm64/run.sh" --fast
 
 printf '%s passed, %s failed\n' "$passed" "$failed"
 ((failed == 0))
