@@ -8,13 +8,14 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "sketch/edgekernel.cpp"
 #include <hwy/foreach_target.h> // must come before highway.h
 
-#include <hwy/cache_control.h>
+#include <hwy/aligned_allocator.h>
 #include <hwy/highway.h>
 
 #ifndef CRAYVELL_EDGEKERNEL_ONCE
@@ -32,20 +33,21 @@ inline uchar exactLuminance(int red, int green, int blue)
     return static_cast<uchar>((red * 0.3 + green * 0.59) + blue * 0.11);
 }
 
-// Bit v % 8 of byte v / 8 tells whether the grey (v, v, v) has luminance v - 1.
+// Which greys (v, v, v) have luminance v - 1: bit (v / 16) % 8 of byte v % 16 for
+// the dark half of the greys, of byte 16 + v % 16 for the light one.
 inline std::array<uchar, 32> lossyGreys()
 {
     std::array<uchar, 32> bits {};
     for (int v = 0; v < 256; ++v) {
         if (exactLuminance(v, v, v) != v)
-            bits[v / 8] |= static_cast<uchar>(1 << (v % 8));
+            bits[v / 128 * 16 + v % 16] |= static_cast<uchar>(1 << (v / 16 % 8));
     }
     return bits;
 }
 
 // The luminance of the last five rows and what one row needs besides, for
-// pictures of any width. Rows may be read and written a vector beyond their
-// ends on both sides.
+// pictures of any width. Rows begin where a vector may, and may be read and
+// written a vector beyond their ends on both sides.
 class Workspace
 {
 public:
@@ -54,9 +56,13 @@ public:
     explicit Workspace(std::size_t width)
         : doubtful(width / 64 + slack / 8)
         , positions(width + slack)
-        , m_pitch(width + 2 * slack)
-        , m_bytes((taps + 1) * m_pitch)
+        , m_pitch((width / slack + 3) * slack)
+        , m_bytes(hwy::AllocateAligned<uchar>((taps + 1) * m_pitch))
     {
+        if (!m_bytes)
+            throw std::bad_alloc();
+        // The slack is read, though what it gives is thrown away.
+        std::fill_n(m_bytes.get(), (taps + 1) * m_pitch, uchar(0));
     }
     uchar *luminance(int y) { return row(y % taps); }
     uchar *columnMaximum() { return row(taps); }
@@ -69,11 +75,18 @@ public:
 private:
     uchar *row(int index)
     {
-        return m_bytes.data() + static_cast<std::size_t>(index) * m_pitch + slack;
+        return m_bytes.get() + static_cast<std::size_t>(index) * m_pitch + slack;
     }
 
     std::size_t m_pitch;
-    std::vector<uchar> m_bytes;
+    hwy::AlignedFreeUniquePtr<uchar[]> m_bytes;
+};
+
+// A row of the photo, and the row that will be read after it.
+struct PixelRow
+{
+    const uchar *pixels;
+    const uchar *next;
 };
 
 } // namespace sketch
@@ -90,8 +103,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 // Machines without any of the vector instruction sets below.
 
-void luminanceRow(const uchar *pixels, std::size_t width, Workspace &, uchar *luminance)
+void luminanceRow(const PixelRow &row, std::size_t width, Workspace &, uchar *luminance)
 {
+    const uchar *pixels = row.pixels;
     for (std::size_t x = 0; x < width; ++x)
         luminance[x] = exactLuminance(pixels[4 * x + 2], pixels[4 * x + 1], pixels[4 * x]);
 }
@@ -106,7 +120,7 @@ void columnMaxima(Workspace &space, int centre, std::size_t width)
     }
 }
 
-void edgeRow(Workspace &space, int centre, std::size_t width, uchar *edges)
+void edgeRow(Workspace &space, int centre, const PixelRow &, std::size_t width, uchar *edges)
 {
     const uchar *luminance = space.luminance(centre);
     const uchar *columnMaximum = space.columnMaximum();
@@ -205,26 +219,34 @@ HWY_INLINE Hundredths hundredths(VWords sum)
     return {quotient, hn::VecFromMask(d, isWhole)};
 }
 
-// All ones where the grey loses a level to the rounding of the double sum.
-HWY_INLINE hn::Mask<Bytes> losesALevel(VBytes grey, const uchar *lossy)
+// lossyGreys() as vectors, and the bits of a byte.
+struct GreyTables
 {
-    alignas(16) static constexpr uint8_t powers[16] = {1, 2, 4, 8, 16, 32, 64, 128,
-                                                       1, 2, 4, 8, 16, 32, 64, 128};
+    VBytes dark, light, bits;
+};
+
+HWY_INLINE GreyTables loadGreyTables(const uchar *lossy)
+{
+    alignas(16) static constexpr uint8_t bits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
+                                                     1, 2, 4, 8, 16, 32, 64, 128};
     const Bytes d;
-    const VBytes index =
-        hn::And(hn::BitCast(d, hn::ShiftRight<3>(hn::BitCast(Words(), grey))), hn::Set(d, 15));
-    const VBytes dark = hn::TableLookupBytes(hn::LoadDup128(d, lossy), index);
-    const VBytes light = hn::TableLookupBytes(hn::LoadDup128(d, lossy + 16), index);
-    const VBytes bits = hn::IfThenElse(hn::Lt(grey, hn::Set(d, 128)), dark, light);
-    const VBytes bit =
-        hn::TableLookupBytes(hn::LoadDup128(d, powers), hn::And(grey, hn::Set(d, 7)));
-    return hn::TestBit(bits, bit);
+    return {hn::LoadDup128(d, lossy), hn::LoadDup128(d, lossy + 16), hn::LoadDup128(d, bits)};
 }
 
-HWY_INLINE VBytes greyLuminance(VBytes grey, const uchar *lossy)
+HWY_INLINE VBytes greyLuminance(VBytes grey, const GreyTables &tables)
 {
-    const auto loses = hn::VecFromMask(Bytes(), losesALevel(grey, lossy));
-    return hn::Add(grey, loses); // adds 255, that is -1
+    const Bytes d;
+    const hn::RebindToSigned<Bytes> s;
+    const VBytes low = hn::And(grey, hn::Set(d, 15));
+    const VBytes high =
+        hn::And(hn::BitCast(d, hn::ShiftRight<4>(hn::BitCast(Words(), grey))), hn::Set(d, 15));
+    const VBytes dark = hn::TableLookupBytes(tables.dark, low);
+    const VBytes light = hn::TableLookupBytes(tables.light, low);
+    const auto isLight = hn::RebindMask(d, hn::Lt(hn::BitCast(s, grey), hn::Zero(s)));
+    const VBytes lossy = hn::IfThenElse(isLight, light, dark);
+    const VBytes bit = hn::TableLookupBytes(tables.bits, high);
+    const VBytes losesALevel = hn::VecFromMask(d, hn::TestBit(lossy, bit));
+    return hn::Add(grey, losesALevel); // adds 255, that is -1
 }
 
 // Luminances and where they are doubtful.
@@ -249,76 +271,105 @@ HWY_INLINE Luminance colourLuminance(const FourVectors &pixels)
 }
 
 // The greys among the pixels are not doubtful: a table tells their luminance.
-HWY_INLINE void settleGreys(const uchar *pixels, const uchar *lossy, Luminance &luminance)
+HWY_INLINE void settleGreys(const uchar *pixels, const GreyTables &tables, Luminance &luminance)
 {
     const Bytes d;
     VBytes blue, green, red, alpha;
     hn::LoadInterleaved4(d, pixels, blue, green, red, alpha);
     const auto isGrey = hn::And(hn::Eq(red, green), hn::Eq(green, blue));
-    luminance.level = hn::IfThenElse(isGrey, greyLuminance(green, lossy), luminance.level);
+    luminance.level = hn::IfThenElse(isGrey, greyLuminance(green, tables), luminance.level);
     luminance.isDoubtful = hn::AndNot(isGrey, luminance.isDoubtful);
 }
 
 HWY_INLINE bool allGrey(const FourVectors &pixels)
 {
-    const Longs d;
-    const auto differing = [](VLongs v) HWY_ATTR { return hn::Xor(v, hn::ShiftRight<8>(v)); };
-    const VLongs any = hn::Or(hn::Or(differing(pixels.first), differing(pixels.second)),
+    alignas(16) static constexpr uint8_t blueThrice[16] = {0, 0, 0, 3,  4,  4,  4,  7,
+                                                           8, 8, 8, 11, 12, 12, 12, 15};
+    const Bytes d;
+    const VBytes order = hn::LoadDup128(d, blueThrice);
+    const auto differing = [&](VLongs v) HWY_ATTR {
+        return hn::Xor(hn::BitCast(d, v), hn::TableLookupBytes(hn::BitCast(d, v), order));
+    };
+    const VBytes any = hn::Or(hn::Or(differing(pixels.first), differing(pixels.second)),
                               hn::Or(differing(pixels.third), differing(pixels.fourth)));
-    return hn::AllTrue(d, hn::Eq(hn::ShiftLeft<16>(any), hn::Zero(d)));
+    return hn::AllTrue(d, hn::Eq(any, hn::Zero(d)));
 }
 
 // The greys of pixels that have equal channels.
 HWY_INLINE VBytes greysOf(const FourVectors &pixels)
 {
-    const Longs d;
-    const VLongs low = hn::Or(hn::And(pixels.first, hn::Set(d, 0x000000ff)),
-                              hn::And(pixels.second, hn::Set(d, 0x0000ff00)));
-    const VLongs high =
-        hn::Or(hn::And(pixels.third, hn::Set(d, 0x00ff0000)), hn::ShiftLeft<24>(pixels.fourth));
-    return inPixelOrder(hn::BitCast(Bytes(), hn::Or(low, high)));
+    const Bytes d;
+    const Words w;
+    const auto words = [=](VLongs low, VLongs high) HWY_ATTR {
+        return hn::BitCast(d, hn::OddEven(hn::BitCast(w, high), hn::BitCast(w, low)));
+    };
+    const VBytes even = words(pixels.first, pixels.third);
+    // The fourth one's grey moves to where its alpha was.
+    const VBytes odd = words(pixels.second, hn::ShiftLeft<8>(pixels.fourth));
+    return inPixelOrder(hn::OddEven(odd, even));
 }
 
-// The luminance of one vector of pixels after another.
-class LuminanceVectors
+// Every other cache line of as many pixels as a vector has bytes, into the second
+// level. The loops over a row ask for one half of the next row's lines each, so
+// that the memory is never idle.
+HWY_INLINE void prefetchHalf(const uchar *pixels)
+{
+    for (std::size_t line = 0; line < 4 * hn::Lanes(Bytes()); line += 128)
+        __builtin_prefetch(pixels + line, 0, 2);
+}
+
+// The luminances of one row of pixels.
+class LuminanceRow
 {
 public:
-    LuminanceVectors(const uchar *lossy, uchar *luminance, uchar *doubtful)
-        : m_lossy(lossy)
+    LuminanceRow(const PixelRow &row, std::size_t width, const uchar *lossy, uchar *luminance)
+        : m_row(row)
+        , m_width(width)
+        , m_tables(loadGreyTables(lossy))
         , m_luminance(luminance)
-        , m_doubtful(doubtful)
     {
     }
 
-    // Pixels x and following.
-    HWY_INLINE void compute(const uchar *pixels, std::size_t x)
+    // Whether a whole vector of pixels is left at x.
+    bool hasVector(std::size_t x) const { return x + hn::Lanes(Bytes()) <= m_width; }
+
+    // Vectors of nothing but greys, from x to the position that is returned.
+    HWY_INLINE std::size_t computeGreys(std::size_t x) const
     {
         const Bytes d;
-        const FourVectors four = loadPixels(pixels + 4 * x);
-        if (m_expectGreys && allGrey(four)) {
-            store({greyLuminance(greysOf(four), m_lossy), hn::MaskFromVec(hn::Zero(d))}, x);
-            return;
+        for (; hasVector(x); x += hn::Lanes(d)) {
+            prefetchHalf(m_row.next + 4 * x);
+            const FourVectors pixels = loadPixels(m_row.pixels + 4 * x);
+            if (!allGrey(pixels))
+                break;
+            hn::StoreU(greyLuminance(greysOf(pixels), m_tables), d, m_luminance + x);
         }
-        Luminance luminance = colourLuminance(four);
-        // One colour in a hundred is doubtful, but every grey.
-        m_expectGreys = hn::CountTrue(d, luminance.isDoubtful) > hn::Lanes(d) / 8;
-        if (m_expectGreys)
-            settleGreys(pixels + 4 * x, m_lossy, luminance);
-        store(luminance, x);
+        return x;
+    }
+
+    // Vectors of any colours, from x to the position that is returned, up to one
+    // that has many greys. Sets a bit for every doubtful pixel.
+    HWY_INLINE std::size_t computeColours(std::size_t x, uchar *doubtful) const
+    {
+        const Bytes d;
+        for (bool manyGreys = false; hasVector(x) && !manyGreys; x += hn::Lanes(d)) {
+            prefetchHalf(m_row.next + 4 * x);
+            Luminance luminance = colourLuminance(loadPixels(m_row.pixels + 4 * x));
+            // One colour in a hundred is doubtful, but every grey.
+            manyGreys = hn::CountTrue(d, luminance.isDoubtful) > hn::Lanes(d) / 8;
+            if (manyGreys)
+                settleGreys(m_row.pixels + 4 * x, m_tables, luminance);
+            hn::StoreU(luminance.level, d, m_luminance + x);
+            hn::StoreMaskBits(d, luminance.isDoubtful, doubtful + x / 8);
+        }
+        return x;
     }
 
 private:
-    HWY_INLINE void store(const Luminance &luminance, std::size_t x)
-    {
-        const Bytes d;
-        hn::StoreU(luminance.level, d, m_luminance + x);
-        hn::StoreMaskBits(d, luminance.isDoubtful, m_doubtful + x / 8);
-    }
-
-    const uchar *m_lossy;
+    PixelRow m_row;
+    std::size_t m_width;
+    GreyTables m_tables;
     uchar *m_luminance;
-    uchar *m_doubtful;
-    bool m_expectGreys = true;
 };
 
 // Settles the doubtful pixels of a row with the double sum. Their positions are
@@ -346,20 +397,22 @@ HWY_INLINE void settleDoubtful(const uchar *pixels, Workspace &space, std::size_
     }
 }
 
-HWY_INLINE void luminanceRow(const uchar *pixels, std::size_t width, Workspace &space,
+HWY_INLINE void luminanceRow(const PixelRow &row, std::size_t width, Workspace &space,
                              uchar *luminance)
 {
-    const std::size_t lanes = hn::Lanes(Bytes());
-    constexpr std::size_t ahead = 2048; // bytes; the next row's start at a row's end
+    const LuminanceRow vectors(row, width, space.lossy.data(), luminance);
     auto *doubtful = reinterpret_cast<uchar *>(space.doubtful.data());
-    LuminanceVectors vectors(space.lossy.data(), luminance, doubtful);
+    std::fill(space.doubtful.begin(), space.doubtful.end(), 0);
+    bool hasColours = false;
     std::size_t x = 0;
-    for (; x + lanes <= width; x += lanes) {
-        for (std::size_t line = 0; line < 4 * lanes; line += 64)
-            hwy::Prefetch(pixels + 4 * x + line + ahead);
-        vectors.compute(pixels, x);
+    while (vectors.hasVector(x)) {
+        x = vectors.computeGreys(x);
+        hasColours |= vectors.hasVector(x);
+        x = vectors.computeColours(x, doubtful);
     }
-    settleDoubtful(pixels, space, x, luminance);
+    const uchar *pixels = row.pixels;
+    if (hasColours)
+        settleDoubtful(pixels, space, x, luminance);
     for (; x < width; ++x)
         luminance[x] = exactLuminance(pixels[4 * x + 2], pixels[4 * x + 1], pixels[4 * x]);
 }
@@ -387,24 +440,38 @@ HWY_INLINE VBytes neighbourhoodMaximum(const uchar *columnMaximum)
     return hn::Max(hn::Max(outer, inner), hn::LoadU(d, columnMaximum));
 }
 
-// 65025 level div brightest, both multiplied by the same power of two. Single
-// precision is exact here: the dividend has 24 bits, and no quotient of these
-// ranges rounds up to a whole number.
+// The level that dodging gives is (x + (x >> 8) + 128) >> 8 of the integer quotient
+// x = 65025 level div brightest. In terms of q = 255 level / brightest, it is the
+// next whole number t where q lacks at most 127/255 of it, or 126/255 where t is
+// 130 or more, and else the whole number below.
+//
+// Here 256 q is rounded to an integer by the addition of a number whose last place
+// is worth 1/256. With 127 more, the high byte of the lowest 16 bits is the level
+// for t below 130; for the others one has to be taken off, which dodgedLevels()
+// does. With 512 less, the highest of the 16 bits tells the others apart; it is set
+// below 2, too, where no q lies between the two bounds. Nor does any come so near
+// to one that the errors of single precision matter.
+//
+// Both operands may be multiplied by the same power of two.
 HWY_INLINE VLongs dodgeQuotient(VLongs level, VLongs brightest)
 {
     const Floats f;
     const hn::RebindToSigned<Longs> i;
-    const auto dividend = hn::Mul(hn::ConvertTo(f, hn::BitCast(i, level)), hn::Set(f, 65025.0F));
+    constexpr float lastPlace = 1.0F / 256.0F;
+    const auto rounding = hn::Set(f, 49152.0F + (127.0F - 512.0F) * lastPlace);
+    const auto dividend = hn::Mul(hn::ConvertTo(f, hn::BitCast(i, level)), hn::Set(f, 255.0F));
     const auto divisor = hn::ConvertTo(f, hn::BitCast(i, brightest));
-    return hn::BitCast(Longs(), hn::ConvertTo(i, hn::Div(dividend, divisor)));
+    return hn::BitCast(Longs(), hn::Add(hn::Div(dividend, divisor), rounding));
 }
 
-// x + (x >> 8) + 128, whose high byte is the dodged level of a quotient x.
-HWY_INLINE VWords roundedLevel(VLongs low, VLongs high)
+// The lowest 16 bits of two vectors of quotients, as even and odd words whose high
+// bytes are the levels, less two.
+HWY_INLINE VWords dodgedLevels(VLongs even, VLongs odd)
 {
     const Words d;
-    const VWords x = hn::BitCast(d, hn::Or(low, hn::ShiftLeft<16>(high)));
-    return hn::Add(hn::Add(x, hn::ShiftRight<8>(x)), hn::Set(d, 128));
+    const VWords quotients =
+        hn::OddEven(hn::BitCast(d, hn::ShiftLeft<16>(odd)), hn::BitCast(d, even));
+    return hn::Sub(quotients, hn::ShiftRight<15>(quotients));
 }
 
 // 255 minus the dodged level d * 255 / (255 - s), for a pixel of level d whose
@@ -422,33 +489,35 @@ HWY_INLINE VBytes dodgedEdges(VBytes level, VBytes brightest)
     const VLongs x1 = quotient(0x00ff00);
     const VLongs x2 = quotient(0xff0000);
     const VLongs x3 = dodgeQuotient(hn::ShiftRight<24>(l), hn::ShiftRight<24>(m));
-    const VWords even = hn::ShiftRight<8>(roundedLevel(x0, x2));
-    const VWords odd = hn::AndNot(hn::Set(Words(), 0x00ff), roundedLevel(x1, x3));
+    const VWords even = hn::ShiftRight<8>(dodgedLevels(x0, x2));
+    const VWords odd = hn::AndNot(hn::Set(Words(), 0x00ff), dodgedLevels(x1, x3));
     const VBytes dodged = hn::BitCast(d, hn::Or(even, odd));
     // In an all-black neighbourhood the division was void: white paper.
-    return hn::IfThenZeroElse(hn::Eq(brightest, hn::Zero(d)), hn::Not(dodged));
+    return hn::IfThenZeroElse(hn::Eq(brightest, hn::Zero(d)), hn::Sub(hn::Set(d, 255 - 2), dodged));
 }
 
-HWY_INLINE void edgeRow(Workspace &space, int centre, std::size_t width, uchar *edges)
+HWY_INLINE void edgeRow(Workspace &space, int centre, const PixelRow &row, std::size_t width,
+                        uchar *edges)
 {
     const Bytes d;
     const std::size_t lanes = hn::Lanes(d);
     const uchar *luminance = space.luminance(centre);
     const uchar *columnMaximum = space.columnMaximum();
-    const std::size_t end = width - radius;
     const auto vector = [&](std::size_t x) HWY_ATTR {
         return dodgedEdges(hn::LoadU(d, luminance + x), neighbourhoodMaximum(columnMaximum + x));
     };
-    std::size_t x = radius;
-    for (; x + lanes <= end; x += lanes)
+    std::size_t x = 0;
+    for (; x + lanes <= width; x += lanes) {
+        prefetchHalf(row.next + 4 * x + 64);
         hn::StoreU(vector(x), d, edges + x);
-    if (x < end) {
+    }
+    if (x < width) {
         HWY_ALIGN uint8_t rest[HWY_MAX_BYTES];
         hn::Store(vector(x), d, rest);
-        std::memcpy(edges + x, rest, end - x);
+        std::memcpy(edges + x, rest, width - x);
     }
     std::fill_n(edges, radius, uchar(0));
-    std::fill_n(edges + end, radius, uchar(0));
+    std::fill_n(edges + width - radius, radius, uchar(0));
 }
 
 #endif // HWY_TARGET
@@ -456,16 +525,18 @@ HWY_INLINE void edgeRow(Workspace &space, int centre, std::size_t width, uchar *
 void edgeRows(const PhotoView &photo, uchar *edges, const RowsDone &rowsDone)
 {
     const auto width = static_cast<std::size_t>(photo.width);
+    const auto pixelLine = [&](int y) { return photo.pixels + y * photo.stride; };
     const auto edgeLine = [&](int y) { return edges + static_cast<std::size_t>(y) * width; };
     Workspace space(width);
     std::fill_n(edges, radius * width, uchar(0));
     for (int y = 0; y < photo.height; ++y) {
-        luminanceRow(photo.pixels + y * photo.stride, width, space, space.luminance(y));
+        const PixelRow row {pixelLine(y), pixelLine(std::min(y + 1, photo.height - 1))};
+        luminanceRow(row, width, space, space.luminance(y));
         const int centre = y - radius;
         if (centre < radius)
             continue;
         columnMaxima(space, centre, width);
-        edgeRow(space, centre, width, edgeLine(centre));
+        edgeRow(space, centre, row, width, edgeLine(centre));
         if (centre % bandHeight == 0)
             rowsDone(centre + 1);
     }
