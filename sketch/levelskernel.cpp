@@ -27,7 +27,7 @@ namespace sketch {
 constexpr qsizetype streamedSize = 8'000'000; // bytes
 
 // The grey level as a linear function of the edge value, to be clamped to 0 to
-// 255 and truncated.
+// 255 and rounded to the nearest integer.
 struct Stretch
 {
     float slope;
@@ -40,7 +40,7 @@ inline Stretch stretchOf(int low, int high)
     if (high <= low)
         return {-510.0F, 510.0F * static_cast<float>(255 - high) - 255.0F};
     const auto range = static_cast<float>(high - low);
-    return {-255.0F / range, (255.0F * static_cast<float>(255 - low) + 0.5F) / range};
+    return {-255.0F / range, (255.0F * static_cast<float>(255 - low) + 0.5F) / range - 0.5F};
 }
 
 struct Levels
@@ -89,8 +89,10 @@ using VPixels = hn::Vec<Pixels>;
 
 // A vector of pixels for as many edges. The stretched level is exact although it
 // is a product and not the quotient (value - low) * 255 div (high - low): half
-// a unit is added to the dividend, which keeps the result further from the next
-// whole number than single precision errs.
+// a unit is added to the dividend, which keeps the result further from where it
+// is rounded up than single precision errs. The rounding is the addition of a
+// number whose last place is worth one: a conversion would guard against values
+// that do not occur here.
 HWY_INLINE VPixels stretchedPixels(const uchar *edges, const Stretch &stretch)
 {
     alignas(16) static constexpr uint8_t threeTimes[16] = {0, 0, 0, 3,  4,  4,  4,  7,
@@ -104,7 +106,7 @@ HWY_INLINE VPixels stretchedPixels(const uchar *edges, const Stretch &stretch)
     const auto level =
         hn::Add(hn::Mul(edge, hn::Set(f, stretch.slope)), hn::Set(f, stretch.offset));
     const auto clamped = hn::Min(hn::Max(level, hn::Zero(f)), hn::Set(f, 255.0F));
-    const auto bytes = hn::BitCast(d, hn::ConvertTo(i, clamped));
+    const auto bytes = hn::BitCast(d, hn::Add(clamped, hn::Set(f, 0x1p23F)));
     const auto grey = hn::TableLookupBytes(bytes, hn::LoadDup128(d, threeTimes));
     return hn::Or(hn::BitCast(d32, grey), hn::Set(d32, 0xff000000U));
 }
