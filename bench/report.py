@@ -34,11 +34,16 @@ GROUPS = [
         ("Crayvell, exact", "gaussianblur", "blur/rows"),
     ]),
 ]
-# Too long for bars in the same plot.
-PLAIN = [
-    ("Edge buffer", "edgebuffer", "edgebuffer/fused", "edgebuffer/plain"),
-    ("Levels", "levels", "levels/rows", "levels/plain"),
-    ("Blur", "gaussianblur", "blur/rows", "blur/plain"),
+# Too long for bars in the same plot: title, program, benchmark, what it is set
+# against and the name of that.
+LONG = [
+    ("Edge buffer", "edgebuffer", "edgebuffer/fused", "edgebuffer/plain", "plain code"),
+    ("Edge buffer", "edgebuffer", "edgebuffer/fused", "edgebuffer/multiversioned",
+     "compiler's own vectors"),
+    ("Edge buffer, grey photo", "edgebuffer", "edgebuffer/fused-grey",
+     "edgebuffer/multiversioned-grey", "compiler's own vectors"),
+    ("Levels", "levels", "levels/rows", "levels/plain", "plain code"),
+    ("Blur", "gaussianblur", "blur/rows", "blur/plain", "plain code"),
 ]
 SCALES = ["1000x1000", "3000x2000", "6000x4000", "12000x9000"]
 
@@ -79,12 +84,14 @@ def print_times(groups):
             print(f"| {title}: {label} | {time:.1f} | {time / bars[0][1]:.2f} |")
 
 
-def print_plain(times):
-    for title, program, fast, plain in PLAIN:
-        keys = [(program, f"{name}/{SIZE}") for name in (fast, plain)]
+def print_long(times):
+    print("| Set against | ms | times Crayvell |")
+    print("|---|--:|--:|")
+    for title, program, fast, slow, name in LONG:
+        keys = [(program, f"{benchmark}/{SIZE}") for benchmark in (fast, slow)]
         if all(key in times for key in keys):
-            print(f"{title}: the plain code takes {times[keys[1]]:.0f} ms, "
-                  f"{times[keys[1]] / times[keys[0]]:.0f} times as long.")
+            print(f"| {title}: {name} | {times[keys[1]]:.0f} "
+                  f"| {times[keys[1]] / times[keys[0]]:.1f} |")
 
 
 def print_scaling(times):
@@ -169,7 +176,7 @@ def main(arguments):
     print(f"\n{context['CPU']}, {context['compiler']}, {context['date'][:10]}\n")
     print_times(groups)
     print()
-    print_plain(times)
+    print_long(times)
     if ("scaling", f"scaling/levels/{SIZE}") in times:
         print()
         print_scaling(times)

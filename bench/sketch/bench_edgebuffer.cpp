@@ -1,6 +1,6 @@
 // The edge buffer of a photo: the engine's fused pass against the plain
-// per-pixel code, against OpenCV where it is installed, and against copying the
-// photo's bytes. All on one thread.
+// per-pixel code, against loops that the compiler vectorises, against OpenCV
+// where it is installed, and against copying the photo's bytes. All on one thread.
 
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +10,7 @@
 #include <opencv2/imgproc.hpp>
 #endif
 
+#include "bench/sketch/multiversioned.h"
 #include "bench/support/benchmain.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/edgebuffer_reference.h"
@@ -57,6 +58,21 @@ void fused(benchmark::State &state, const QImage &photo)
         state.SkipWithError("not the reference's result");
     for (auto _ : state) {
         inverterodesketch(photo, edges.data(), {});
+        benchmark::ClobberMemory();
+    }
+    bench::countPixels(state, photo.size());
+}
+
+void multiversioned(benchmark::State &state, const QImage &photo)
+{
+    Edges expected(pixelCount(photo));
+    inverterodesketch(photo, expected.data(), {});
+    Edges edges(pixelCount(photo));
+    bench::multiversionedEdges(photo, edges.data());
+    if (edges != expected)
+        state.SkipWithError("not the engine's result");
+    for (auto _ : state) {
+        bench::multiversionedEdges(photo, edges.data());
         benchmark::ClobberMemory();
     }
     bench::countPixels(state, photo.size());
@@ -150,7 +166,10 @@ int main(int argc, char **argv)
     const auto addBeside = [&](const QImage &photo, const std::string &kind) {
         const std::string fusedEdges = "edgebuffer/fused" + kind + suffix;
         add(fusedEdges, fused, photo);
-        ratios.insert(ratios.end(), {{fusedEdges, plainEdges}, {copied, fusedEdges}});
+        const std::string versions = "edgebuffer/multiversioned" + kind + suffix;
+        add(versions, multiversioned, photo);
+        ratios.insert(ratios.end(),
+                      {{fusedEdges, plainEdges}, {fusedEdges, versions}, {copied, fusedEdges}});
 #ifdef CRAYVELL_OPENCV
         const std::string approximateEdges = "edgebuffer/opencv" + kind + suffix;
         add(approximateEdges, openCv, photo);
