@@ -48,8 +48,11 @@ unsigned char *newEdgeBuffer(QSize size)
     return buffer;
 }
 
-QPixmap whitePaper(QSize size)
+// The former paper if it fits: new memory takes longer to get than to fill.
+QPixmap whitePaper(QSize size, const QPixmap &former)
 {
+    if (former.size() == size)
+        return former;
     QImage paper = largeImage(size, QImage::Format_RGB32);
     paper.fill(Qt::white);
     return QPixmap::fromImage(std::move(paper));
@@ -148,9 +151,10 @@ void MainWindow::open(QString filename)
 // Puts the photo on its white margin into the scene and fits it into the view.
 void MainWindow::showPhoto(const QPixmap &photo)
 {
+    const QPixmap former = backgroundItem ? backgroundItem->pixmap() : QPixmap();
     clearScene();
 
-    const QPixmap paper = whitePaper(photo.size() + QSize(2 * margin, 2 * margin));
+    const QPixmap paper = whitePaper(photo.size() + QSize(2 * margin, 2 * margin), former);
     backgroundItem = scene.addPixmap(paper);
     backgroundItem->setTransformationMode(Qt::SmoothTransformation);
     backgroundItem->setZValue(backgroundZ);
@@ -214,6 +218,10 @@ void MainWindow::inverterodesketch(QImage *src, unsigned char *edgebuff, QProgre
 
 void MainWindow::on_actionProcess_triggered()
 {
+    // The sketch shown is let go first: the next one is drawn into its memory.
+    sketchImage = QImage();
+    if (sketchItem)
+        sketchItem->setPixmap(QPixmap());
     // As good as a copy of the photo: every pixel is overwritten.
     sketchImage = sketchPictures.next(sourceImage);
     updatePenLevels(sketchImage, ui->horizontalSlider->value(), ui->horizontalSlider_2->value());

@@ -5,9 +5,9 @@
 
 #include <array>
 
-// The picture on the canvas and the one that the next rendering goes to. A fresh
-// picture costs more in page faults than the rendering itself, so two take
-// turns, and what is shown is not a copy.
+// The memory that sketches are rendered to. A fresh picture costs more in page
+// faults than the rendering itself, so the memory of the last one is used again
+// where nobody keeps that, or else two take turns; and what is shown is not a copy.
 class SketchPictures
 {
 public:

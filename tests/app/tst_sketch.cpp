@@ -17,6 +17,7 @@ private slots:
     void processShowsTheSketch();
     void slidersRender_data();
     void slidersRender();
+    void stepsDrawIntoTheSameMemory();
     void levelsSurviveAnotherPhoto();
     void photoPixelsDoNotInfluenceARendering();
     void withoutAPhotoAnEmptyPictureIsShown();
@@ -92,6 +93,25 @@ void SketchTest::slidersRender()
     const QPixmap shown = MainWindowProbe::sketchItem(*m_window)->pixmap();
     QCOMPARE(pictures::difference(shown.toImage(), expected), QString());
     QCOMPARE(MainWindowProbe::scene(*m_window).items().size(), 2);
+}
+
+void SketchTest::stepsDrawIntoTheSameMemory()
+{
+    MainWindowProbe::open(*m_window, m_path);
+    const Ui_MainWindow &ui = MainWindowProbe::ui(*m_window);
+    ui.actionProcess->trigger();
+    const uchar *memory = MainWindowProbe::sketchImage(*m_window).constBits();
+    for (const int low : {10, 20, 30}) {
+        ui.horizontalSlider->setValue(low);
+        QCOMPARE(MainWindowProbe::sketchImage(*m_window).constBits(), memory);
+        const QPixmap shown = MainWindowProbe::sketchItem(*m_window)->pixmap();
+        QCOMPARE(shown.toImage().constBits(), memory);
+    }
+
+    // A picture that somebody keeps is not drawn over.
+    const QImage kept = MainWindowProbe::sketchImage(*m_window);
+    ui.horizontalSlider->setValue(100);
+    QCOMPARE(pictures::difference(kept, pictures::expectedSketch(m_photo, 30, 255)), QString());
 }
 
 void SketchTest::levelsSurviveAnotherPhoto()
