@@ -5,6 +5,7 @@
 #include "batch/jpegdecoder.h"
 #include "batch/photoerror.h"
 #include "batch/photoformat.h"
+#include "batch/pngdecoder.h"
 #include "batch/toolkitdecoder.h"
 
 namespace {
@@ -43,5 +44,7 @@ std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions
     header = readHeader(device, format);
     if (kind.format == PhotoFormat::Jpeg)
         return std::make_unique<JpegDecoder>(device, options);
+    if (kind.format == PhotoFormat::Png && PngDecoder::isDeep(beginning))
+        return std::make_unique<PngDecoder>(device, options);
     return std::make_unique<ToolkitDecoder>(device, kind, format, options);
 }
