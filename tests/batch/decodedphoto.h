@@ -77,7 +77,7 @@ private:
     QByteArray m_reason;
 };
 
-// What QVERIFY2 needs to compare the two ways.
+// Compares the two ways of reading one.
 #define COMPARE_WITH_TOOLKIT(photo) \
     do { \
         const QImage expected = (photo).byToolkit(); \
