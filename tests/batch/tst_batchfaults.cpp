@@ -79,6 +79,8 @@ QByteArray photoIn(const QByteArray &format)
         }
         return file;
     }
+    if (format == "deep png" || format == "deep tiff")
+        return testphotos::encoded(scene.convertToFormat(QImage::Format_RGBX64), format.mid(5));
     if (format == "indexed bmp")
         return testphotos::encoded(scene.convertToFormat(QImage::Format_Indexed8), "bmp");
     return testphotos::encoded(scene, format);
@@ -90,8 +92,8 @@ void tst_BatchFaults::truncated_data()
 {
     QTest::addColumn<QByteArray>("photo");
 
-    for (const char *format : {"jpeg", "progressive jpeg", "png", "tiff", "webp", "bmp",
-                               "indexed bmp", "gif", "ppm", "pgm", "plain ppm"}) {
+    for (const char *format : {"jpeg", "progressive jpeg", "png", "deep png", "tiff", "deep tiff",
+                               "webp", "bmp", "indexed bmp", "gif", "ppm", "pgm", "plain ppm"}) {
         const QByteArray photo = photoIn(format);
         for (const int percent : {1, 5, 10, 30, 50, 70, 90, 97}) {
             QTest::addRow("%s, %d per cent", format, percent)
@@ -227,6 +229,19 @@ void tst_BatchFaults::bombs_data()
     QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n");
     QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6,
                                     "\xff\xff\xff\xff");
+    const QImage deep = testphotos::scene(9, 9).convertToFormat(QImage::Format_RGBX64);
+    // 100,000 x 100,000 pixels, with the right checksum.
+    QTest::newRow("png of 16 bits") << patched(testphotos::encoded(deep, "png"), 16,
+                                               QByteArray::fromHex("000186a0000186a01002000000"
+                                                                   "77a040dc"));
+    QByteArray tiff = testphotos::encoded(deep, "tiff");
+    for (const char *side : {"\0\1", "\1\1"}) {
+        const qsizetype entry =
+            tiff.indexOf(QByteArray(side, 2), qFromLittleEndian<quint32>(tiff.data() + 4));
+        tiff =
+            patched(tiff, entry, QByteArray(side, 2) + QByteArray::fromHex("040001000000a0860100"));
+    }
+    QTest::newRow("tiff of 16 bits") << tiff;
 }
 
 void tst_BatchFaults::bombs()
