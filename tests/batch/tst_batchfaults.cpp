@@ -25,6 +25,7 @@ private slots:
     void bombs_data();
     void bombs();
     void maximumMemoryIsNamed();
+    void maximumMemoryOfLosslessWebP();
     void maximumMemoryOfStandardInput();
     void tooManyScans();
     void tooLargeForJpeg();
@@ -268,6 +269,22 @@ void tst_BatchFaults::maximumMemoryIsNamed()
              outcome.errors.constData());
     QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
     COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.png"}), 0);
+}
+
+// Decoding a lossless WebP takes two pictures of 32 bits and the file.
+void tst_BatchFaults::maximumMemoryOfLosslessWebP()
+{
+    BatchProcess batch;
+    const QImage scene = testphotos::scene(1000, 700);
+    batch.write("lossy", testphotos::encoded(scene, "webp", {}, 90));
+    batch.write("lossless", testphotos::encoded(scene, "webp", {}, 100));
+    QCOMPARE(batch.contents("lossless").mid(12, 4), QByteArray("VP8L"));
+    const auto outcome =
+        batch.run({"--max-memory", "5M", "--output-dir", "o", "lossy", "lossless"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.startsWith("lossless: is 1000 x 700 pixels and needs "),
+             outcome.errors.constData());
+    QCOMPARE(outcome.errors.count('\n'), 1);
 }
 
 void tst_BatchFaults::maximumMemoryOfStandardInput()
