@@ -32,17 +32,21 @@ bool hasPlainLayout(TIFF *tiff)
 
 struct RowLayout
 {
-    QImage::Format format;
+    QImage::Format asRead; // by the toolkit
     int samples;
     int bits;
+    QImage::Format inFile;
 };
 
-// Those whose rows the toolkit, too, takes as they are.
-constexpr RowLayout wideRows[] = {{QImage::Format_RGBX64, 3, 16},
-                                  {QImage::Format_RGBA64, 4, 16},
-                                  {QImage::Format_RGBA64_Premultiplied, 4, 16},
-                                  {QImage::Format_RGBX16FPx4, 3, 16},
-                                  {QImage::Format_RGBX32FPx4, 3, 32}};
+constexpr RowLayout layouts[] = {
+    {QImage::Format_RGB32, 3, 8, QImage::Format_RGB888},
+    {QImage::Format_ARGB32, 4, 8, QImage::Format_RGBA8888},
+    {QImage::Format_ARGB32_Premultiplied, 4, 8, QImage::Format_RGBA8888_Premultiplied},
+    {QImage::Format_RGBX64, 3, 16, QImage::Format_RGBX64},
+    {QImage::Format_RGBA64, 4, 16, QImage::Format_RGBA64},
+    {QImage::Format_RGBA64_Premultiplied, 4, 16, QImage::Format_RGBA64_Premultiplied},
+    {QImage::Format_RGBX16FPx4, 3, 16, QImage::Format_RGBX16FPx4},
+    {QImage::Format_RGBX32FPx4, 3, 32, QImage::Format_RGBX32FPx4}};
 
 // The format of a file's rows for one that the toolkit reads as the given format;
 // Format_Invalid where it is to be left to it.
@@ -52,13 +56,20 @@ QImage::Format rowFormat(TIFF *tiff, QImage::Format format)
         return QImage::Format_Invalid;
     const int samples = tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL);
     const int bits = tiffValue<uint16_t>(tiff, TIFFTAG_BITSPERSAMPLE);
-    if (format == QImage::Format_RGB32 && samples == 3 && bits == 8
-        && tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLEFORMAT) == SAMPLEFORMAT_UINT)
-        return QImage::Format_RGB888;
-    const auto *const known = std::ranges::find_if(wideRows, [&](const RowLayout &row) {
-        return row.format == format && row.samples == samples && row.bits == bits;
+    if (bits == 8 && tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLEFORMAT) != SAMPLEFORMAT_UINT)
+        return QImage::Format_Invalid;
+    const auto *const known = std::ranges::find_if(layouts, [&](const RowLayout &row) {
+        return row.asRead == format && row.samples == samples && row.bits == bits;
     });
-    return known == std::end(wideRows) ? QImage::Format_Invalid : format;
+    return known == std::end(layouts) ? QImage::Format_Invalid : known->inFile;
+}
+
+bool hasSeparateAlpha(TIFF *tiff)
+{
+    uint16_t count = 0;
+    const uint16_t *meanings = nullptr;
+    return TIFFGetField(tiff, TIFFTAG_EXTRASAMPLES, &count, &meanings) && count > 0
+        && meanings[0] == EXTRASAMPLE_UNASSALPHA;
 }
 
 bool hasUsualSize(TIFF *tiff)
@@ -77,6 +88,15 @@ template <typename Sample> void spread(uchar *row, int width, Sample opaque)
     for (int x = width - 1; x >= 0; --x) {
         std::memmove(row + four * x, row + three * x, three);
         std::memcpy(row + four * x + three, &opaque, sizeof(Sample));
+    }
+}
+
+// With the rounding of the interface that the toolkit reads 8 bits through.
+void multiplyByAlpha(uchar *row, int width)
+{
+    for (int x = 0; x < width; ++x, row += 4) {
+        for (int channel = 0; channel < 3; ++channel)
+            row[channel] = static_cast<uchar>((row[channel] * row[3] + 127) / 255);
     }
 }
 
@@ -108,6 +128,7 @@ TiffDecoder::TiffDecoder(TiffFile file, QImage::Format rowFormat, const Decoding
     : BandDecoder(options, QImage::Format_ARGB32)
     , m_file(std::move(file))
     , m_rowFormat(rowFormat)
+    , m_hasSeparateAlpha(hasSeparateAlpha(m_file.get()))
     , m_size(static_cast<int>(tiffValue<uint32_t>(m_file.get(), TIFFTAG_IMAGEWIDTH)),
              static_cast<int>(tiffValue<uint32_t>(m_file.get(), TIFFTAG_IMAGELENGTH)))
 {
@@ -136,6 +157,8 @@ void TiffDecoder::decode(uchar *target, int count)
         if (TIFFReadScanline(m_file.get(), row, m_row, 0) < 0)
             throw PhotoError("cannot be decoded: Unable to read image data");
         addAlpha(row, band.width(), m_rowFormat);
+        if (m_rowFormat == QImage::Format_RGBA8888_Premultiplied && m_hasSeparateAlpha)
+            multiplyByAlpha(row, band.width());
     }
     band = band.convertToFormat(QImage::Format_ARGB32);
     std::copy_n(band.constBits(), band.sizeInBytes(), target);

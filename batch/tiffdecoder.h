@@ -27,6 +27,7 @@ private:
 
     TiffFile m_file;
     QImage::Format m_rowFormat; // has the samples as the file has them
+    bool m_hasSeparateAlpha; // colours are not multiplied by it
     QSize m_size;
     uint32_t m_row = 0; // the next one
 };

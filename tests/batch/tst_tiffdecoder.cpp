@@ -50,8 +50,8 @@ void describe(TIFF *tiff, const TiffKind &kind, QSize size)
     }
 }
 
-// 65536 pixels of 16 bits have every value in each sample; floating ones are
-// within 0 and 1 and a little beside.
+// 65536 pixels of 16 bits have every value in each sample, those of 8 bits every
+// colour with every alpha; floating samples are within 0 and 1 and a little beside.
 void fillRow(std::vector<char> &row, const TiffKind &kind, unsigned first)
 {
     const int sampleBytes = kind.bits / 8;
@@ -59,7 +59,9 @@ void fillRow(std::vector<char> &row, const TiffKind &kind, unsigned first)
         const auto sample = static_cast<unsigned>(at / sampleBytes);
         const unsigned pixel = first + sample / kind.samples;
         const unsigned channel = sample % kind.samples;
-        const auto value = static_cast<quint16>(pixel * (40503U + 2 * channel) + 7777U * channel);
+        auto value = static_cast<quint16>(pixel * (40503U + 2 * channel) + 7777U * channel);
+        if (kind.bits == 8 && channel == 3)
+            value = static_cast<quint16>(pixel >> 8);
         if (kind.sampleFormat == SAMPLEFORMAT_IEEEFP && kind.bits == 32) {
             const float real = value / 60000.0F - 0.02F;
             std::memcpy(row.data() + at, &real, sizeof real);
@@ -163,6 +165,11 @@ void tst_TiffDecoder::pixels_data()
         {"8 bits, one strip of LZW",
          {.bits = 8, .compression = COMPRESSION_LZW, .rowsPerStrip = 10000, .predictor = 2}},
         {"8 bits, flipped", {.bits = 8, .orientation = ORIENTATION_BOTLEFT}},
+        {"8 bits with alpha", {.bits = 8, .samples = 4, .alpha = EXTRASAMPLE_UNASSALPHA}},
+        {"8 bits with associated alpha",
+         {.bits = 8, .samples = 4, .alpha = EXTRASAMPLE_ASSOCALPHA}},
+        {"8 bits and something else", {.bits = 8, .samples = 4, .alpha = EXTRASAMPLE_UNSPECIFIED}},
+        {"8 bits and something unnamed", {.bits = 8, .samples = 4}},
         {"8 bits, turned", {.bits = 8, .orientation = ORIENTATION_LEFTBOT}},
     };
     for (const auto &[name, kind] : kinds) {
@@ -190,7 +197,6 @@ void tst_TiffDecoder::othersAreLeftToTheToolkit_data()
     const NamedKind kinds[] = {
         {"channels apart", {.bits = 8, .planes = PLANARCONFIG_SEPARATE}},
         {"four inks", {.bits = 8, .samples = 4, .photometric = PHOTOMETRIC_SEPARATED}},
-        {"8 bits with alpha", {.bits = 8, .samples = 4, .alpha = EXTRASAMPLE_UNASSALPHA}},
         {"grey", {.bits = 8, .samples = 1, .photometric = PHOTOMETRIC_MINISBLACK}},
         {"grey of 16 bits", {.samples = 1, .photometric = PHOTOMETRIC_MINISBLACK}},
         {"grey from white to black",
