@@ -10,18 +10,12 @@ JpegErrors::JpegErrors()
     emit_message = onMessage;
 }
 
-void JpegErrors::giveUp(const char *reason)
-{
-    if (reason != m_reason)
-        std::snprintf(m_reason, sizeof m_reason, "%s", reason);
-    std::longjmp(m_jump, 1); // NOLINT: libjpeg knows no other way
-}
-
 void JpegErrors::onError(j_common_ptr jpeg)
 {
     auto *const errors = static_cast<JpegErrors *>(jpeg->err);
-    errors->format_message(jpeg, errors->m_reason);
-    errors->giveUp(errors->m_reason);
+    char reason[JMSG_LENGTH_MAX];
+    errors->format_message(jpeg, reason);
+    errors->giveUp(reason);
 }
 
 void JpegErrors::onMessage(j_common_ptr jpeg, int level)

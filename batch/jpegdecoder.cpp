@@ -3,7 +3,6 @@
 #include <QIODevice>
 
 #include <algorithm>
-#include <cstring>
 
 #include <jerror.h>
 
@@ -12,7 +11,6 @@
 namespace {
 
 constexpr std::size_t sourceBuffer = 1 << 16;
-constexpr int bytesPerPixel = 4;
 
 // Every scan of a progressive file goes through all coefficients: a small file
 // with very many of them would keep a processor busy for hours. Encoders write
@@ -22,8 +20,8 @@ constexpr int mostScans = 500;
 } // namespace
 
 JpegDecoder::JpegDecoder(QIODevice &device, const DecodingOptions &options)
-    : m_allowTruncated(options.allowTruncated)
-    , m_bandRows(options.bandRows)
+    : BandDecoder(options, QImage::Format_RGB32)
+    , m_allowTruncated(options.allowTruncated)
 {
     m_jpeg.err = &m_errors;
     m_source.buffer.resize(sourceBuffer);
@@ -112,7 +110,7 @@ QSize JpegDecoder::size() const
 
 qint64 JpegDecoder::memoryNeed() const
 {
-    qint64 bytes = qint64(m_bandRows) * m_jpeg.output_width * bytesPerPixel;
+    qint64 bytes = bandNeed();
     // Some rows of samples and their differences, per channel, whatever the size.
     bytes += qint64(m_jpeg.output_width) * m_jpeg.num_components * 64;
     if (!jpeg_has_multiple_scans(const_cast<j_decompress_ptr>(&m_jpeg)))
@@ -127,58 +125,33 @@ qint64 JpegDecoder::memoryNeed() const
 
 void JpegDecoder::start()
 {
-    const std::size_t rowBytes = std::size_t(m_jpeg.output_width) * bytesPerPixel;
-    m_band.resize(rowBytes * static_cast<std::size_t>(m_bandRows));
     if (m_jpeg.out_color_space == JCS_CMYK)
-        m_inks.resize(rowBytes);
+        m_inks.resize(rowBytes());
     if (!m_errors.attempt([&] { jpeg_start_decompress(&m_jpeg); }))
         throw PhotoError("cannot be decoded: " + m_errors.reason());
-    m_started = true;
 }
 
-// Moves the rows that are asked for again to the band's beginning.
-void JpegDecoder::keepOverlap(int first)
+void JpegDecoder::decode(uchar *target, int count)
 {
-    const std::size_t rowBytes = std::size_t(m_jpeg.output_width) * bytesPerPixel;
-    const int kept = m_bandFirst + m_bandCount - first;
-    Q_ASSERT(kept >= 0 && kept <= m_bandCount);
-    std::memmove(m_band.data(), m_band.data() + rowBytes * (m_bandCount - kept), rowBytes * kept);
-    m_bandFirst = first;
-    m_bandCount = kept;
-}
-
-QImage JpegDecoder::rows(int first, int count)
-{
-    Q_ASSERT(count <= m_bandRows);
-    if (!m_started)
-        start();
-    keepOverlap(first);
-    const std::size_t rowBytes = std::size_t(m_jpeg.output_width) * bytesPerPixel;
-    uchar *const target = m_band.data() + rowBytes * m_bandCount;
-    const int wanted = count - m_bandCount;
     const bool decoded = m_errors.attempt([&] {
         if (m_jpeg.out_color_space == JCS_CMYK)
-            decodeInks(target, wanted);
+            decodeInks(target, count);
         else
-            decodeInto(target, wanted);
+            decodeColours(target, count);
     });
     if (!decoded)
         throw PhotoError("cannot be decoded: " + m_errors.reason());
     checkDamage();
-    m_bandCount = count;
-    return {m_band.data(), size().width(), count, static_cast<qsizetype>(rowBytes),
-            QImage::Format_RGB32};
 }
 
-void JpegDecoder::decodeInto(uchar *target, int count)
+void JpegDecoder::decodeColours(uchar *target, int count)
 {
-    const std::size_t rowBytes = std::size_t(m_jpeg.output_width) * bytesPerPixel;
     constexpr int most = 16; // rows a call; libjpeg gives two at the most
     JSAMPROW lines[most];
     for (int done = 0; done < count;) {
         const int ahead = std::min(most, count - done);
         for (int i = 0; i < ahead; ++i)
-            lines[i] = target + rowBytes * (done + i);
+            lines[i] = target + rowBytes() * (done + i);
         done += static_cast<int>(jpeg_read_scanlines(&m_jpeg, lines, ahead));
     }
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "batch/banddecoder.h"
 #include "batch/jpegbasis.h"
-#include "batch/photodecoder.h"
 
 // Decodes a JPEG band by band, so that no more than a band is in memory; of a
 // progressive one, its coefficients. Knows where a file is cut short, which the
 // toolkit's reader passes over in silence.
-class JpegDecoder : public PhotoDecoder
+class JpegDecoder : public BandDecoder
 {
 public:
     // The device must outlive the decoder and stand at the file's beginning.
@@ -18,15 +18,17 @@ public:
 
     QSize size() const override;
     qint64 memoryNeed() const override;
-    QImage rows(int first, int count) override;
     void finish() override;
+
+protected:
+    void start() override;
+    void decode(uchar *target, int count) override;
 
 private:
     struct Source : jpeg_source_mgr
     {
         QIODevice *device = nullptr;
         std::vector<JOCTET> buffer;
-        bool ended = false;
     };
 
     static void startSource(j_decompress_ptr) { }
@@ -36,9 +38,7 @@ private:
 
     void connectSource(QIODevice &device);
     void readHeader();
-    void start();
-    void keepOverlap(int first);
-    void decodeInto(uchar *target, int count);
+    void decodeColours(uchar *target, int count);
     void decodeInks(uchar *target, int count);
     void checkDamage() const;
 
@@ -47,10 +47,5 @@ private:
     jpeg_progress_mgr m_progress {};
     Source m_source {};
     bool m_allowTruncated;
-    bool m_started = false;
-    int m_bandRows;
-    int m_bandFirst = 0; // the picture's row that is the band's first
-    int m_bandCount = 0; // rows in the band
-    std::vector<uchar> m_band; // 32 bits a pixel
     std::vector<JSAMPLE> m_inks; // one row of CMYK
 };

@@ -5,6 +5,8 @@
 #include "batch/jpegdecoder.h"
 #include "batch/photoerror.h"
 #include "batch/photoformat.h"
+#include "batch/pngdecoder.h"
+#include "batch/tiffdecoder.h"
 #include "batch/toolkitdecoder.h"
 
 namespace {
@@ -16,6 +18,7 @@ PhotoHeader readHeader(QIODevice &device, const char *format)
     PhotoHeader header;
     header.knowsOrientation = reader.supportsOption(QImageIOHandler::ImageTransformation);
     header.transformation = reader.transformation();
+    header.pixels = reader.imageFormat();
     device.seek(0);
     return header;
 }
@@ -43,5 +46,12 @@ std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions
     header = readHeader(device, format);
     if (kind.format == PhotoFormat::Jpeg)
         return std::make_unique<JpegDecoder>(device, options);
+    if (kind.format == PhotoFormat::Png && PngDecoder::isDeep(beginning))
+        return std::make_unique<PngDecoder>(device, options);
+    if (kind.format == PhotoFormat::Tiff) {
+        if (auto decoder = TiffDecoder::make(device, header.pixels, options))
+            return decoder;
+        device.seek(0);
+    }
     return std::make_unique<ToolkitDecoder>(device, kind, format, options);
 }

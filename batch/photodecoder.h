@@ -36,6 +36,8 @@ struct PhotoHeader
     // Whether the format's reader knows of turned pictures at all. Where it does
     // not, the orientation tag still holds for the pixels given.
     bool knowsOrientation = false;
+    // What the toolkit's reader would give.
+    QImage::Format pixels = QImage::Format_Invalid;
 };
 
 struct DecodingOptions

@@ -3,6 +3,17 @@
 #include "batch/completeness.h"
 #include "batch/photoerror.h"
 
+namespace {
+
+// Any other is lossless, or may be: then it is decoded into a picture of 32 bits
+// of its own before it is given out.
+bool isLossyWebP(QIODevice &device)
+{
+    return device.peek(16).endsWith("VP8 ");
+}
+
+} // namespace
+
 ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const char *format,
                                const DecodingOptions &options)
     : m_reader(&device, format)
@@ -12,9 +23,14 @@ ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const
     m_reader.setAutoTransform(false);
     if (!options.allowTruncated && isCutShort(device, kind.format))
         throw PhotoError("is truncated");
+    const bool isDecodedTwice = kind.format == PhotoFormat::WebP && !isLossyWebP(device);
     m_size = m_reader.size();
     if (m_size.isEmpty())
         throw PhotoError("is a damaged " + m_format);
+    if (kind.format == PhotoFormat::WebP) // read as a whole
+        m_besidePicture = device.size();
+    if (isDecodedTwice)
+        m_besidePicture += qint64(m_size.width()) * m_size.height() * 4;
 }
 
 qint64 ToolkitDecoder::memoryNeed() const
@@ -22,7 +38,7 @@ qint64 ToolkitDecoder::memoryNeed() const
     // Formats that do not tell, and the indexed ones, have at most 32 bits.
     const QImage::Format format = m_reader.imageFormat();
     const int bits = std::max(32, QImage::toPixelFormat(format).bitsPerPixel() + 0);
-    return qint64(m_size.width()) * m_size.height() * (bits / 8);
+    return qint64(m_size.width()) * m_size.height() * (bits / 8) + m_besidePicture;
 }
 
 void ToolkitDecoder::decode()

@@ -5,7 +5,7 @@
 #include "batch/photodecoder.h"
 #include "batch/photoformat.h"
 
-// Decodes every other format with the toolkit's reader, the whole picture at the
+// Decodes everything else with the toolkit's reader, the whole picture at the
 // first row.
 class ToolkitDecoder : public PhotoDecoder
 {
@@ -27,6 +27,7 @@ private:
     QImageReader m_reader;
     std::string m_format;
     QSize m_size;
+    qint64 m_besidePicture = 0; // bytes that the reader takes
     QImage m_picture;
     QImage m_band;
 };

@@ -5,13 +5,15 @@
 //
 // Without a photo, one of 24 megapixels is made. The times are processor time,
 // the least of all rounds, which other programs on the machine disturb the least;
-// that of -j 2 against -j 1 is time on the clock.
+// that of -j 2 against -j 1 is time on the clock. The same photo in other formats
+// shows the peak memory of a job, beside the limit that it must keep.
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
+#include <QImageWriter>
 #include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -20,6 +22,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,6 +31,7 @@
 namespace {
 
 constexpr int photosPerRun = 4; // so that starting the process hardly counts
+constexpr int photosForJobs = 8; // so that, too, one job waiting for the last hardly counts
 
 struct Cost
 {
@@ -43,6 +47,7 @@ struct Contender
     const char *name;
     QStringList command;
     QString sketch; // one of the files that it writes
+    int photos = photosPerRun;
     Cost cost {};
     bool isSlow = false; // measured once only
 };
@@ -71,10 +76,11 @@ QImage madePhoto(QSize size)
 }
 
 // What waiting for a process tells about it, which QProcess does not.
-bool measure(const QStringList &command, Cost &cost)
+bool measure(Contender &contender)
 {
+    Cost &cost = contender.cost;
     std::vector<QByteArray> words;
-    for (const QString &word : command)
+    for (const QString &word : contender.command)
         words.push_back(QFile::encodeName(word));
     std::vector<char *> arguments;
     for (QByteArray &word : words)
@@ -94,8 +100,8 @@ bool measure(const QStringList &command, Cost &cost)
         return false;
     const auto seconds = [](const timeval &time) { return time.tv_sec + time.tv_usec / 1e6; };
     const double processor = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-    cost.processor = std::min(cost.processor, processor / photosPerRun);
-    cost.clock = std::min(cost.clock, clock.nsecsElapsed() / 1e9 / photosPerRun);
+    cost.processor = std::min(cost.processor, processor / contender.photos);
+    cost.clock = std::min(cost.clock, clock.nsecsElapsed() / 1e9 / contender.photos);
     cost.kilobytes = std::max(cost.kilobytes, usage.ru_maxrss);
     cost.measured = true;
     return true;
@@ -126,23 +132,31 @@ public:
     {
     }
 
-    void addOurs(const char *name, const QString &suffix, const QStringList &options)
+    void addOurs(const char *name, const QString &suffix, const QStringList &options,
+                 int photos = photosPerRun)
+    {
+        addOurs(name, suffix, options, m_photos.mid(0, photos));
+    }
+    void addOurs(const char *name, const QString &suffix, const QStringList &options,
+                 const QStringList &photos)
     {
         const QString out = m_folder + "/" + QString(name).simplified().replace(' ', '_');
         m_contenders.push_back({name,
                                 QStringList {QStringLiteral(CRAYVELL_BATCH), "--quiet",
                                              "--overwrite", "--output-dir", out}
-                                    + options + m_photos,
-                                out + "/0" + suffix});
+                                    + options + photos,
+                                out + "/" + QFileInfo(photos.first()).completeBaseName() + suffix,
+                                static_cast<int>(photos.size())});
     }
     void addOpenCv(const char *name, const QString &suffix, const QString &quality)
     {
         if (!QFileInfo::exists(QStringLiteral(CRAYVELL_OPENCVSKETCH)))
             return;
         const QString ending = "." + quality + suffix;
-        m_contenders.push_back(
-            {name, QStringList {QStringLiteral(CRAYVELL_OPENCVSKETCH), ending, quality} + m_photos,
-             m_photos.first() + ending});
+        m_contenders.push_back({name,
+                                QStringList {QStringLiteral(CRAYVELL_OPENCVSKETCH), ending, quality}
+                                    + m_photos.mid(0, photosPerRun),
+                                m_photos.first() + ending});
     }
     void addImageMagick(const char *name, const QString &quality)
     {
@@ -151,21 +165,11 @@ public:
             return;
         QStringList command {convert, "-limit", "thread", "1"};
         const QString sketch = m_folder + "/magick" + quality + ".jpg";
-        // One photo a process; the command repeats it as often as the others.
+        const QString work = " -colorspace Gray ( +clone -negate -morphology Erode Square:2 )"
+                             " -compose ColorDodge -composite -quality ";
         for (int i = 0; i < photosPerRun; ++i) {
-            command << "(" << m_photos.at(i) << "-colorspace"
-                    << "Gray"
-                    << "("
-                    << "+clone"
-                    << "-negate"
-                    << "-morphology"
-                    << "Erode"
-                    << "Square:2"
-                    << ")"
-                    << "-compose"
-                    << "ColorDodge"
-                    << "-composite"
-                    << "-quality" << quality << "-write" << sketch << ")";
+            command << "(" << m_photos.at(i) << (work + quality).simplified().split(' ') << "-write"
+                    << sketch << ")";
             if (i > 0)
                 command << "-delete"
                         << "0";
@@ -180,7 +184,7 @@ public:
             for (Contender &contender : m_contenders) {
                 if (contender.isSlow && round > 0)
                     continue;
-                if (!measure(contender.command, contender.cost)) {
+                if (!measure(contender)) {
                     std::printf("%s failed\n", contender.name);
                     return false;
                 }
@@ -210,9 +214,19 @@ public:
         for (const Contender &contender : m_contenders) {
             std::printf("%-28s %10.3f %10.3f %10.1f %10.1f\n", contender.name,
                         contender.cost.processor, contender.cost.clock,
-                        double(contender.cost.fileSize) / 1e6,
-                        double(contender.cost.kilobytes) / 1e3);
+                        double(contender.cost.fileSize) / 1e6, megabytes(contender));
         }
+    }
+
+    // A limit of 6 bytes a pixel and 40 MB.
+    void printMemory(const char *format, const char *name, QSize size) const
+    {
+        const Contender *contender = find(name);
+        if (!contender)
+            return;
+        const double limit = (6.0 * size.width() * size.height() + 40e6) / 1e6;
+        std::printf("%-8s peak memory of a job: %.0f MB, limit %.0f MB%s\n", format,
+                    megabytes(*contender), limit, megabytes(*contender) > limit ? " EXCEEDED" : "");
     }
 
     void ratio(const char *subject, const char *baseline, double Cost::*what) const
@@ -227,6 +241,10 @@ public:
     }
 
 private:
+    static double megabytes(const Contender &contender)
+    {
+        return double(contender.cost.kilobytes) * 1024 / 1e6;
+    }
     const Contender *find(const char *name) const
     {
         const auto found = std::ranges::find_if(m_contenders, [&](const Contender &contender) {
@@ -243,7 +261,7 @@ private:
 QStringList copies(const QTemporaryDir &folder, const QByteArray &photo)
 {
     QStringList names;
-    for (int i = 0; i < photosPerRun; ++i) {
+    for (int i = 0; i < photosForJobs; ++i) {
         QFile file(folder.filePath(QString::number(i) + ".jpg"));
         if (!file.open(QIODevice::WriteOnly) || file.write(photo) != photo.size())
             return {};
@@ -252,10 +270,9 @@ QStringList copies(const QTemporaryDir &folder, const QByteArray &photo)
     return names;
 }
 
-QByteArray photoBytes(const char *fileName, bool smoke)
+QByteArray photoBytes(QString name, bool smoke)
 {
     const QTemporaryDir folder;
-    QString name = QString::fromLocal8Bit(fileName);
     if (name.isEmpty()) {
         name = folder.filePath("photo.jpg");
         if (!madePhoto(smoke ? QSize(600, 400) : QSize(6000, 4000)).save(name, "jpg", 92))
@@ -265,37 +282,121 @@ QByteArray photoBytes(const char *fileName, bool smoke)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+// The picture in a file of the given suffix, written fast; empty on failure.
+QStringList written(const QTemporaryDir &folder, const QImage &picture, const QString &fileName)
 {
-    const QCoreApplication application(argc, argv);
-    const bool smoke = argc > 1 && !std::strcmp(argv[1], "--smoke");
-    const QTemporaryDir folder;
-    const QStringList photos =
-        copies(folder, photoBytes(argc > 1 + smoke ? argv[1 + smoke] : "", smoke));
-    if (photos.isEmpty()) {
-        std::printf("no photo\n");
-        return 1;
-    }
-    Comparison comparison(folder.path(), photos);
+    const QString name = folder.filePath(fileName);
+    QImageWriter writer(name);
+    if (fileName.endsWith(".png"))
+        writer.setQuality(80); // means a low compression
+    return writer.write(picture) ? QStringList(name) : QStringList();
+}
+
+// The photo's pixels in other formats.
+struct OtherFormats
+{
+    QSize size;
+    QStringList png, deepPng, deepTiff;
+
+    bool areComplete() const { return !png.isEmpty() && !deepPng.isEmpty() && !deepTiff.isEmpty(); }
+};
+
+// Pictures that this process still held when it starts another one would count as
+// that one's memory: none is given out.
+OtherFormats otherFormats(const QTemporaryDir &folder, const QString &photoName)
+{
+    const QImage photo(photoName);
+    const QImage deep = photo.convertToFormat(QImage::Format_RGBX64);
+    return {photo.size(), written(folder, photo, "png8.png"), written(folder, deep, "png16.png"),
+            written(folder, deep, "tiff16.tif")};
+}
+
+void addContenders(Comparison &comparison, const OtherFormats &formats)
+{
     comparison.addOurs("crayvell jpg", ".jpg", {"-j", "1"});
     comparison.addOpenCv("OpenCV jpg", ".jpg", "100");
     comparison.addOurs("crayvell jpg 95", ".jpg", {"-j", "1", "--quality", "95"});
     comparison.addOpenCv("OpenCV jpg 95", ".jpg", "95");
     comparison.addOurs("crayvell png", ".png", {"-j", "1", "--format", "png"});
     comparison.addOpenCv("OpenCV png", ".png", "100");
-    comparison.addOurs("crayvell jpg, -j 2", ".jpg", {"-j", "2"});
+    comparison.addOurs("crayvell 8 jpg, -j 1", ".jpg", {"-j", "1"}, photosForJobs);
+    comparison.addOurs("crayvell 8 jpg, -j 2", ".jpg", {"-j", "2"}, photosForJobs);
     comparison.addImageMagick("ImageMagick jpg", "100");
     comparison.addImageMagick("ImageMagick jpg 95", "95");
-    if (!comparison.run(smoke ? 1 : 5) || !comparison.sketchesAgree())
-        return 1;
+    comparison.addOurs("crayvell jpg of PNG 8", ".jpg", {"-j", "1"}, formats.png);
+    comparison.addOurs("crayvell jpg of PNG 16", ".jpg", {"-j", "1"}, formats.deepPng);
+    comparison.addOurs("crayvell jpg of TIFF 16", ".jpg", {"-j", "1"}, formats.deepTiff);
+}
+
+void printResults(const Comparison &comparison, QSize size)
+{
     comparison.print();
     comparison.ratio("crayvell jpg", "OpenCV jpg", &Cost::processor);
     comparison.ratio("crayvell jpg 95", "OpenCV jpg 95", &Cost::processor);
     comparison.ratio("crayvell png", "OpenCV png", &Cost::processor);
     comparison.ratio("crayvell jpg", "ImageMagick jpg", &Cost::processor);
     comparison.ratio("crayvell jpg 95", "ImageMagick jpg 95", &Cost::processor);
-    comparison.ratio("crayvell jpg, -j 2", "crayvell jpg", &Cost::clock);
+    comparison.ratio("crayvell 8 jpg, -j 2", "crayvell 8 jpg, -j 1", &Cost::clock);
+    comparison.printMemory("JPEG", "crayvell jpg", size);
+    comparison.printMemory("PNG 8", "crayvell jpg of PNG 8", size);
+    comparison.printMemory("PNG 16", "crayvell jpg of PNG 16", size);
+    comparison.printMemory("TIFF 16", "crayvell jpg of TIFF 16", size);
+}
+
+struct Arguments
+{
+    bool smoke = false;
+    bool help = false;
+    QString photo;
+};
+
+// Nothing where they are wrong.
+std::optional<Arguments> parsed(const QStringList &words)
+{
+    Arguments arguments;
+    for (const QString &word : words) {
+        if (word == "--smoke")
+            arguments.smoke = true;
+        else if (word == "--help" || word == "-h")
+            arguments.help = true;
+        else if (word.startsWith('-') || !arguments.photo.isEmpty())
+            return {};
+        else
+            arguments.photo = word;
+    }
+    return arguments;
+}
+
+int compare(const Arguments &arguments)
+{
+    const QTemporaryDir folder;
+    const QStringList photos = copies(folder, photoBytes(arguments.photo, arguments.smoke));
+    if (photos.isEmpty()) {
+        std::printf("no photo\n");
+        return 1;
+    }
+    const OtherFormats formats = otherFormats(folder, photos.first());
+    if (!formats.areComplete()) {
+        std::printf("the photo cannot be read, or written in other formats\n");
+        return 1;
+    }
+    Comparison comparison(folder.path(), photos);
+    addContenders(comparison, formats);
+    if (!comparison.run(arguments.smoke ? 1 : 5) || !comparison.sketchesAgree())
+        return 1;
+    printResults(comparison, formats.size);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const auto arguments = parsed(QCoreApplication::arguments().mid(1));
+    if (!arguments || arguments->help) {
+        std::fprintf(arguments ? stdout : stderr, "usage: bench_batch [--smoke] [PHOTO]\n");
+        return arguments ? 0 : 2;
+    }
+    return compare(*arguments);
 }

@@ -25,6 +25,7 @@ private slots:
     void bombs_data();
     void bombs();
     void maximumMemoryIsNamed();
+    void maximumMemoryOfLosslessWebP();
     void maximumMemoryOfStandardInput();
     void tooManyScans();
     void tooLargeForJpeg();
@@ -79,6 +80,8 @@ QByteArray photoIn(const QByteArray &format)
         }
         return file;
     }
+    if (format == "deep png" || format == "deep tiff")
+        return testphotos::encoded(scene.convertToFormat(QImage::Format_RGBX64), format.mid(5));
     if (format == "indexed bmp")
         return testphotos::encoded(scene.convertToFormat(QImage::Format_Indexed8), "bmp");
     return testphotos::encoded(scene, format);
@@ -90,8 +93,8 @@ void tst_BatchFaults::truncated_data()
 {
     QTest::addColumn<QByteArray>("photo");
 
-    for (const char *format : {"jpeg", "progressive jpeg", "png", "tiff", "webp", "bmp",
-                               "indexed bmp", "gif", "ppm", "pgm", "plain ppm"}) {
+    for (const char *format : {"jpeg", "progressive jpeg", "png", "deep png", "tiff", "deep tiff",
+                               "webp", "bmp", "indexed bmp", "gif", "ppm", "pgm", "plain ppm"}) {
         const QByteArray photo = photoIn(format);
         for (const int percent : {1, 5, 10, 30, 50, 70, 90, 97}) {
             QTest::addRow("%s, %d per cent", format, percent)
@@ -227,6 +230,19 @@ void tst_BatchFaults::bombs_data()
     QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n");
     QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6,
                                     "\xff\xff\xff\xff");
+    const QImage deep = testphotos::scene(9, 9).convertToFormat(QImage::Format_RGBX64);
+    // 100,000 x 100,000 pixels, with the right checksum.
+    QTest::newRow("png of 16 bits") << patched(testphotos::encoded(deep, "png"), 16,
+                                               QByteArray::fromHex("000186a0000186a01002000000"
+                                                                   "77a040dc"));
+    QByteArray tiff = testphotos::encoded(deep, "tiff");
+    for (const char *side : {"\0\1", "\1\1"}) {
+        const qsizetype entry =
+            tiff.indexOf(QByteArray(side, 2), qFromLittleEndian<quint32>(tiff.data() + 4));
+        tiff =
+            patched(tiff, entry, QByteArray(side, 2) + QByteArray::fromHex("040001000000a0860100"));
+    }
+    QTest::newRow("tiff of 16 bits") << tiff;
 }
 
 void tst_BatchFaults::bombs()
@@ -253,6 +269,22 @@ void tst_BatchFaults::maximumMemoryIsNamed()
              outcome.errors.constData());
     QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
     COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.png"}), 0);
+}
+
+// Decoding a lossless WebP takes two pictures of 32 bits and the file.
+void tst_BatchFaults::maximumMemoryOfLosslessWebP()
+{
+    BatchProcess batch;
+    const QImage scene = testphotos::scene(1000, 700);
+    batch.write("lossy", testphotos::encoded(scene, "webp", {}, 90));
+    batch.write("lossless", testphotos::encoded(scene, "webp", {}, 100));
+    QCOMPARE(batch.contents("lossless").mid(12, 4), QByteArray("VP8L"));
+    const auto outcome =
+        batch.run({"--max-memory", "5M", "--output-dir", "o", "lossy", "lossless"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.startsWith("lossless: is 1000 x 700 pixels and needs "),
+             outcome.errors.constData());
+    QCOMPARE(outcome.errors.count('\n'), 1);
 }
 
 void tst_BatchFaults::maximumMemoryOfStandardInput()

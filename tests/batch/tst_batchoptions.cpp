@@ -41,6 +41,8 @@ private slots:
     void exifIsKept();
     void exifOfTurnedPhotoIsUpright();
     void exifInPng();
+    void orientationOfPngAndWebP_data();
+    void orientationOfPngAndWebP();
     void stripDropsExif();
     void colourProfileIsNotAttached();
     void preserveKeepsTime();
@@ -505,6 +507,43 @@ void tst_BatchOptions::exifInPng()
     QCOMPARE(text(exif, "Exif.Image.Make"), "Tester");
     QCOMPARE(text(exif, "Exif.Image.StripOffsets"), "missing");
     QCOMPARE(text(exif, "Exif.Image.BitsPerSample"), "missing");
+}
+
+void tst_BatchOptions::orientationOfPngAndWebP_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<int>("orientation");
+
+    for (const char *format : {"png", "webp"}) {
+        QTest::addRow("%s, upright", format) << QByteArray(format) << 1;
+        QTest::addRow("%s, turned round", format) << QByteArray(format) << 3;
+        QTest::addRow("%s, turned", format) << QByteArray(format) << 6;
+    }
+}
+
+// The window shows these formats as they are stored, whatever their EXIF data say.
+// The sketch has the same pixels, and keeps the tag, which is true of them.
+void tst_BatchOptions::orientationOfPngAndWebP()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(int, orientation);
+    const QByteArray plain =
+        testphotos::encoded(testphotos::scene(64, 48), format, {}, format == "webp" ? 100 : -1);
+    BatchProcess batch;
+    batch.write("plain", plain);
+    batch.write("tagged", photoWithExif(plain, orientation));
+    QImageReader window(batch.path("tagged"));
+    window.setDecideFormatFromContent(true);
+    window.setAutoTransform(true);
+    const QImage shown = window.read();
+    QCOMPARE(shown.size(), QSize(64, 48));
+    QCOMPARE(shown, QImage(batch.path("plain")));
+
+    COMPARE_EXIT(batch.run({"-o", "plain.png", "plain"}), 0);
+    COMPARE_EXIT(batch.run({"-o", "tagged.png", "tagged"}), 0);
+    QCOMPARE(QImage(batch.path("tagged.png")), QImage(batch.path("plain.png")));
+    QCOMPARE(text(exifOf(batch.path("tagged.png")), "Exif.Image.Orientation"),
+             std::to_string(orientation));
 }
 
 void tst_BatchOptions::stripDropsExif()

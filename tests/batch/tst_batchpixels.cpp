@@ -9,6 +9,7 @@
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
 #include "tests/batch/batchprocess.h"
+#include "tests/batch/picturedifference.h"
 #include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
 
@@ -24,25 +25,6 @@ QImage windowSketch(const QString &photoFile, int black, int white)
     QImage sketch = photo;
     updatePenLevels(sketch, edges.get(), black, white);
     return sketch;
-}
-
-// The first pixel that differs, in words; empty when the pictures are equal.
-QByteArray difference(const QImage &actual, const QImage &expected)
-{
-    if (actual.size() != expected.size()) {
-        return "size " + QByteArray::number(actual.width()) + " x "
-            + QByteArray::number(actual.height());
-    }
-    for (int y = 0; y < actual.height(); ++y) {
-        for (int x = 0; x < actual.width(); ++x) {
-            if (actual.pixel(x, y) == expected.pixel(x, y))
-                continue;
-            return "x " + QByteArray::number(x) + " y " + QByteArray::number(y) + ": "
-                + QByteArray::number(actual.pixel(x, y), 16) + " instead of "
-                + QByteArray::number(expected.pixel(x, y), 16);
-        }
-    }
-    return {};
 }
 
 // Kinds of JPEG that the toolkit does not write.
