@@ -31,7 +31,7 @@
 namespace {
 
 constexpr int photosPerRun = 4; // so that starting the process hardly counts
-constexpr int photosForJobs = 8; // so that, too, one job waiting for the last hardly counts
+constexpr int photosForJobs = 16; // so that, too, one job waiting for the last hardly counts
 
 struct Cost
 {
@@ -319,8 +319,8 @@ void addContenders(Comparison &comparison, const OtherFormats &formats)
     comparison.addOpenCv("OpenCV jpg 95", ".jpg", "95");
     comparison.addOurs("crayvell png", ".png", {"-j", "1", "--format", "png"});
     comparison.addOpenCv("OpenCV png", ".png", "100");
-    comparison.addOurs("crayvell 8 jpg, -j 1", ".jpg", {"-j", "1"}, photosForJobs);
-    comparison.addOurs("crayvell 8 jpg, -j 2", ".jpg", {"-j", "2"}, photosForJobs);
+    comparison.addOurs("crayvell 16 jpg, -j 1", ".jpg", {"-j", "1"}, photosForJobs);
+    comparison.addOurs("crayvell 16 jpg, -j 2", ".jpg", {"-j", "2"}, photosForJobs);
     comparison.addImageMagick("ImageMagick jpg", "100");
     comparison.addImageMagick("ImageMagick jpg 95", "95");
     comparison.addOurs("crayvell jpg of PNG 8", ".jpg", {"-j", "1"}, formats.png);
@@ -336,7 +336,7 @@ void printResults(const Comparison &comparison, QSize size)
     comparison.ratio("crayvell png", "OpenCV png", &Cost::processor);
     comparison.ratio("crayvell jpg", "ImageMagick jpg", &Cost::processor);
     comparison.ratio("crayvell jpg 95", "ImageMagick jpg 95", &Cost::processor);
-    comparison.ratio("crayvell 8 jpg, -j 2", "crayvell 8 jpg, -j 1", &Cost::clock);
+    comparison.ratio("crayvell 16 jpg, -j 2", "crayvell 16 jpg, -j 1", &Cost::clock);
     comparison.printMemory("JPEG", "crayvell jpg", size);
     comparison.printMemory("PNG 8", "crayvell jpg of PNG 8", size);
     comparison.printMemory("PNG 16", "crayvell jpg of PNG 16", size);
