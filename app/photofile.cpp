@@ -9,6 +9,7 @@
 
 #include "app/largepages.h"
 #include "app/memorybudget.h"
+#include "app/pngtexts.h"
 
 namespace {
 
@@ -35,12 +36,18 @@ private:
     const int former = QImageReader::allocationLimit();
 };
 
+bool hasTextBomb(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) && packedTextBytes(file) > mostPackedTextBytes;
+}
+
 } // namespace
 
 Photo readPhoto(const QString &fileName)
 {
     // A pipe or a device could keep the window waiting for ever.
-    if (!QFileInfo(fileName).isFile())
+    if (!QFileInfo(fileName).isFile() || hasTextBomb(fileName))
         return {};
     const qint64 available = availableMemory();
     QImageReader reader(fileName);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "batch/photodecoder.h"
@@ -25,7 +26,10 @@ protected:
     {
         return static_cast<std::size_t>(size().width()) * bytesPerPixel;
     }
-    qint64 bandNeed() const { return static_cast<qint64>(rowBytes()) * m_bandRows; }
+    qint64 bandNeed() const
+    {
+        return static_cast<qint64>(rowBytes()) * std::min(m_bandRows, size().height());
+    }
 
     // Called once, before the first row. Throws PhotoError, like decode().
     virtual void start() = 0;

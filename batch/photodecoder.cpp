@@ -2,6 +2,7 @@
 
 #include <QImageReader>
 
+#include "app/pngtexts.h"
 #include "batch/jpegdecoder.h"
 #include "batch/photoerror.h"
 #include "batch/photoformat.h"
@@ -32,6 +33,16 @@ PhotoHeader readHeader(QIODevice &device, const char *format)
     throw PhotoError("is of the format " + kind.name + ", which is not read");
 }
 
+void checkTexts(QIODevice &device)
+{
+    const qint64 bytes = packedTextBytes(device);
+    if (bytes > mostPackedTextBytes) {
+        throw PhotoError("has texts that may unpack to " + std::to_string(bytes >> 20)
+                         + " MB, more than the " + std::to_string(mostPackedTextBytes >> 20)
+                         + " MB that are read");
+    }
+}
+
 } // namespace
 
 std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions &options,
@@ -42,12 +53,15 @@ std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions
     const ContentKind kind = contentKind(beginning, input.name());
     if (kind.format == PhotoFormat::Unknown)
         refuse(kind, beginning.isEmpty());
+    if (kind.format == PhotoFormat::Png) {
+        // The toolkit knows no turned ones, and its reader would unpack all texts.
+        checkTexts(device);
+        return std::make_unique<PngDecoder>(device, options);
+    }
     const char *const format = readerName(kind.format, beginning);
     header = readHeader(device, format);
     if (kind.format == PhotoFormat::Jpeg)
         return std::make_unique<JpegDecoder>(device, options);
-    if (kind.format == PhotoFormat::Png && PngDecoder::isDeep(beginning))
-        return std::make_unique<PngDecoder>(device, options);
     if (kind.format == PhotoFormat::Tiff) {
         if (auto decoder = TiffDecoder::make(device, header.pixels, options))
             return decoder;

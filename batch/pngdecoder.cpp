@@ -18,12 +18,6 @@ namespace {
 
 } // namespace
 
-bool PngDecoder::isDeep(const QByteArray &beginning)
-{
-    constexpr qsizetype depth = 24; // behind signature, chunk head, width and height
-    return beginning.size() > depth && beginning[depth] == 16;
-}
-
 PngDecoder::PngDecoder(QIODevice &device, const DecodingOptions &options)
     : BandDecoder(options, QImage::Format_ARGB32)
     , m_allowTruncated(options.allowTruncated)
@@ -38,10 +32,19 @@ PngDecoder::PngDecoder(QIODevice &device, const DecodingOptions &options)
         png_set_read_fn(m_reader.png, &device, PngDecoder::read);
         // Some writers note a smaller window than they used.
         png_set_option(m_reader.png, PNG_MAXIMUM_INFLATE_WINDOW, PNG_OPTION_ON);
+        skipTexts();
         png_read_info(m_reader.png, m_reader.info);
     });
     if (!read)
         throw PhotoError("is a damaged PNG");
+}
+
+// Nothing here needs them, nor profiles; unpacking them takes time and memory.
+void PngDecoder::skipTexts()
+{
+    constexpr png_byte chunks[][5] = {"tEXt", "zTXt", "iTXt", "iCCP", "sPLT", "eXIf"};
+    for (const png_byte(&chunk)[5] : chunks)
+        png_set_keep_unknown_chunks(m_reader.png, PNG_HANDLE_CHUNK_NEVER, chunk, 1);
 }
 
 void PngDecoder::onError(png_structp png, png_const_charp reason)

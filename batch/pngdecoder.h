@@ -5,15 +5,11 @@
 #include "batch/banddecoder.h"
 #include "batch/errorjump.h"
 
-// Decodes a PNG of 16 bits a channel to 8, band by band: the toolkit's reader
-// keeps 64 bits a pixel. Of an interlaced one, whose last rows complete its
-// first, the whole picture is in memory, at 32 bits a pixel.
+// Decodes a PNG band by band, to 8 bits a channel. Of an interlaced one, whose
+// last rows complete its first, the whole picture is in memory, at 32 bits a pixel.
 class PngDecoder : public BandDecoder
 {
 public:
-    // From the first bytes of a PNG, at least 25.
-    static bool isDeep(const QByteArray &beginning);
-
     // The device must outlive the decoder and stand at the file's beginning.
     // Throws PhotoError where it holds no readable header, or where the file is
     // cut short and that is not allowed.
@@ -44,6 +40,7 @@ private:
     static void onWarning(png_structp, png_const_charp) { }
     static void read(png_structp png, png_bytep target, std::size_t count);
 
+    void skipTexts();
     bool isInterlaced() const;
     qint64 pictureBytes() const;
     void setUpPixels();

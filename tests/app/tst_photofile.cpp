@@ -56,6 +56,7 @@ private slots:
     void orientation();
     void nameForDoubleResolution();
     void hugePhotoOpens();
+    void textsAreNoHindrance();
     void bombIsRefusedAtOnce_data();
     void bombIsRefusedAtOnce();
     void photoBeyondTheMemoryIsRefused();
@@ -128,12 +129,19 @@ void PhotoFileTest::hugePhotoOpens()
     QVERIFY(qAbs(qRed(photo.pixel(11999, 8999)) - 200) < 4);
 }
 
+void PhotoFileTest::textsAreNoHindrance()
+{
+    const QString path = put(QStringLiteral("texts.png"), pngWithTexts(4));
+    QCOMPARE(readPhoto(path).image.pixel(0, 0), qRgb(255, 255, 255));
+}
+
 void PhotoFileTest::bombIsRefusedAtOnce_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::newRow("one bit a pixel") << pngHeader(900000, 900000, 1, 0);
     QTest::newRow("colour") << pngHeader(300000, 300000, 8, 2);
     QTest::newRow("sixteen bits, alpha") << pngHeader(200000, 200000, 16, 6);
+    QTest::newRow("texts") << pngWithTexts(60);
     QByteArray pixmap("P6 400000 400000 255\n");
     QTest::newRow("portable pixmap") << pixmap;
 }

@@ -5,6 +5,7 @@
 
 #include "tests/batch/batchprocess.h"
 #include "tests/batch/testphotos.h"
+#include "tests/support/pngfile.h"
 #include "tests/support/testmain.h"
 
 class tst_BatchFaults : public QObject
@@ -218,23 +219,30 @@ void tst_BatchFaults::specialFilesAreRefused()
 void tst_BatchFaults::bombs_data()
 {
     QTest::addColumn<QByteArray>("photo");
+    QTest::addColumn<QByteArray>("reason");
+
+    const QByteArray tooLarge("more than the");
 
     const auto patched = [](QByteArray file, qsizetype at, const QByteArray &bytes) {
         return file.replace(at, bytes.size(), bytes);
     };
     const QByteArray jpeg = testphotos::jpeg();
     const qsizetype frame = jpeg.indexOf("\xff\xc0");
-    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc");
+    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc") << tooLarge;
     QTest::newRow("bmp") << patched(testphotos::encoded(testphotos::scene(9, 9), "bmp"), 18,
-                                    QByteArray("\0\0\7\0\0\0\7\0", 8));
-    QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n");
-    QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6,
-                                    "\xff\xff\xff\xff");
+                                    QByteArray("\0\0\7\0\0\0\7\0", 8))
+                         << QByteArray("is truncated");
+    QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n")
+                         << QByteArray("is a damaged PPM");
+    QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6, "\xff\xff\xff\xff")
+                         << tooLarge;
     const QImage deep = testphotos::scene(9, 9).convertToFormat(QImage::Format_RGBX64);
     // 100,000 x 100,000 pixels, with the right checksum.
     QTest::newRow("png of 16 bits") << patched(testphotos::encoded(deep, "png"), 16,
                                                QByteArray::fromHex("000186a0000186a01002000000"
-                                                                   "77a040dc"));
+                                                                   "77a040dc"))
+                                    << tooLarge;
+    QTest::newRow("png with texts") << pngWithTexts(60) << tooLarge;
     QByteArray tiff = testphotos::encoded(deep, "tiff");
     for (const char *side : {"\0\1", "\1\1"}) {
         const qsizetype entry =
@@ -242,12 +250,13 @@ void tst_BatchFaults::bombs_data()
         tiff =
             patched(tiff, entry, QByteArray(side, 2) + QByteArray::fromHex("040001000000a0860100"));
     }
-    QTest::newRow("tiff of 16 bits") << tiff;
+    QTest::newRow("tiff of 16 bits") << tiff << tooLarge;
 }
 
 void tst_BatchFaults::bombs()
 {
     QFETCH(QByteArray, photo);
+    QFETCH(QByteArray, reason);
     BatchProcess batch;
     batch.write("photo", photo);
     QElapsedTimer clock;
@@ -255,6 +264,7 @@ void tst_BatchFaults::bombs()
     const auto outcome = batch.run({"--max-memory", "50M", "--format", "png", "photo"});
     COMPARE_EXIT(outcome, 1);
     QCOMPARE(outcome.errors.count('\n'), 1);
+    QVERIFY2(outcome.errors.contains(reason), outcome.errors.constData());
     QVERIFY(clock.elapsed() < 20000);
     QCOMPARE(batch.files(), QStringList {"photo"});
 }
@@ -262,13 +272,13 @@ void tst_BatchFaults::bombs()
 void tst_BatchFaults::maximumMemoryIsNamed()
 {
     BatchProcess batch;
-    batch.write("a.png", testphotos::encoded(testphotos::scene(800, 600), "png"));
-    const auto outcome = batch.run({"--max-memory", "1M", "a.png"});
+    batch.write("a.bmp", testphotos::encoded(testphotos::scene(800, 600), "bmp"));
+    const auto outcome = batch.run({"--max-memory", "1M", "a.bmp"});
     COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.startsWith("a.png: is 800 x 600 pixels and needs "),
+    QVERIFY2(outcome.errors.startsWith("a.bmp: is 800 x 600 pixels and needs "),
              outcome.errors.constData());
     QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
-    COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.png"}), 0);
+    COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.bmp"}), 0);
 }
 
 // Decoding a lossless WebP takes two pictures of 32 bits and the file.

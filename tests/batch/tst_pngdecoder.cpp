@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "batch/pngdecoder.h"
-#include "batch/toolkitdecoder.h"
 #include "tests/batch/decodedphoto.h"
 #include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
@@ -102,8 +101,8 @@ private slots:
     void pixels();
     void transparentColour_data();
     void transparentColour();
-    void shallowIsLeftToTheToolkit_data();
-    void shallowIsLeftToTheToolkit();
+    void shallow_data();
+    void shallow();
     void damaged_data();
     void damaged();
     void cutShort_data();
@@ -175,7 +174,7 @@ void tst_PngDecoder::transparentColour()
     QVERIFY2(wrong.isEmpty(), wrong.constData());
 }
 
-void tst_PngDecoder::shallowIsLeftToTheToolkit_data()
+void tst_PngDecoder::shallow_data()
 {
     QTest::addColumn<QImage::Format>("format");
 
@@ -186,13 +185,18 @@ void tst_PngDecoder::shallowIsLeftToTheToolkit_data()
     QTest::newRow("colour with alpha") << QImage::Format_ARGB32;
 }
 
-void tst_PngDecoder::shallowIsLeftToTheToolkit()
+// Up to 8 bits a channel.
+void tst_PngDecoder::shallow()
 {
     QFETCH(QImage::Format, format);
-    const QImage scene = testphotos::scene(30, 20).convertToFormat(format);
-    DecodedPhoto decoded(testphotos::encoded(scene, "png"));
-    QVERIFY(decoded.isDecodedBy<ToolkitDecoder>());
-    COMPARE_WITH_TOOLKIT(decoded);
+    for (const QSize size : {QSize(1, 1), QSize(30, 20), QSize(61, 77)}) {
+        QImage scene = testphotos::scene(size.width(), size.height()).convertToFormat(format);
+        if (format == QImage::Format_Indexed8)
+            scene.setColor(3, qRgba(10, 200, 30, 40)); // some transparent
+        DecodedPhoto decoded(testphotos::encoded(scene, "png"));
+        QVERIFY(decoded.isDecodedBy<PngDecoder>());
+        COMPARE_WITH_TOOLKIT(decoded);
+    }
 }
 
 void tst_PngDecoder::damaged_data()
@@ -202,6 +206,12 @@ void tst_PngDecoder::damaged_data()
     QTest::newRow("colour") << png(PNG_COLOR_TYPE_RGB);
     QTest::newRow("colour, interlaced") << png(PNG_COLOR_TYPE_RGB, true);
     QTest::newRow("grey with alpha") << png(PNG_COLOR_TYPE_GRAY_ALPHA);
+    const QImage scene = testphotos::scene(53, 71);
+    QTest::newRow("colour of 8 bits") << testphotos::encoded(scene, "png");
+    QTest::newRow("grey of 8 bits")
+        << testphotos::encoded(scene.convertToFormat(QImage::Format_Grayscale8), "png");
+    QTest::newRow("indexed") << testphotos::encoded(scene.convertToFormat(QImage::Format_Indexed8),
+                                                    "png");
 }
 
 // Whatever is wrong with a file, the decoder refuses what the toolkit refuses, in
