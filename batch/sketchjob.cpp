@@ -42,16 +42,15 @@ private:
 };
 
 // What the toolkit does to a picture so that it stands upright.
-QImage upright(const QImage &picture, QImageIOHandler::Transformations transformation)
+QImage upright(QImage picture, QImageIOHandler::Transformations transformation)
 {
-    QImage turned = picture;
     const bool mirror = transformation.testFlag(QImageIOHandler::TransformationMirror);
     const bool flip = transformation.testFlag(QImageIOHandler::TransformationFlip);
     if (mirror || flip)
-        turned = std::move(turned).mirrored(mirror, flip);
+        picture = std::move(picture).mirrored(mirror, flip);
     if (transformation.testFlag(QImageIOHandler::TransformationRotate90))
-        turned = turned.transformed(QTransform().rotate(90));
-    return turned;
+        picture = picture.transformed(QTransform().rotate(90));
+    return picture;
 }
 
 class SketchJob

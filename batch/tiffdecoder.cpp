@@ -139,11 +139,7 @@ qint64 TiffDecoder::memoryNeed() const
     // The band, its rows as the file has them, and what conversion makes of these.
     const int bits = QImage::toPixelFormat(m_rowFormat).bitsPerPixel() + 0;
     const qint64 bands = 2 * bandNeed() + bandNeed() * bits / (8 * bytesPerPixel);
-    uint64_t largestStrip = 0; // is read as a whole, still compressed
-    for (uint32_t strip = 0; strip < TIFFNumberOfStrips(m_file.get()); ++strip)
-        largestStrip = std::max(largestStrip, TIFFGetStrileByteCount(m_file.get(), strip));
-    const auto fileSize = TIFFGetSizeProc(m_file.get())(TIFFClientdata(m_file.get()));
-    return bands + static_cast<qint64>(std::min<uint64_t>(largestStrip, fileSize));
+    return bands + largestStripInFile(m_file.get()); // is read as a whole, still compressed
 }
 
 void TiffDecoder::decode(uchar *target, int count)
@@ -161,5 +157,7 @@ void TiffDecoder::decode(uchar *target, int count)
             multiplyByAlpha(row, band.width());
     }
     band = band.convertToFormat(QImage::Format_ARGB32);
+    if (band.isNull())
+        throw std::bad_alloc();
     std::copy_n(band.constBits(), band.sizeInBytes(), target);
 }

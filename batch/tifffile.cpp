@@ -2,6 +2,7 @@
 
 #include <QIODevice>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <new>
@@ -58,4 +59,14 @@ TiffFile openTiff(QIODevice &device)
                                     nullptr, nullptr, options));
     TIFFOpenOptionsFree(options);
     return file;
+}
+
+qint64 largestStripInFile(TIFF *tiff)
+{
+    uint64_t largest = 0;
+    const uint32_t count = TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+    for (uint32_t strip = 0; strip < count; ++strip)
+        largest = std::max(largest, TIFFGetStrileByteCount(tiff, strip));
+    const uint64_t fileSize = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));
+    return static_cast<qint64>(std::min(largest, fileSize));
 }

@@ -1,7 +1,12 @@
 #include "batch/toolkitdecoder.h"
 
+#include <QtEndian>
+
+#include <new>
+
 #include "batch/completeness.h"
 #include "batch/photoerror.h"
+#include "batch/tifffile.h"
 
 namespace {
 
@@ -10,6 +15,27 @@ namespace {
 bool isLossyWebP(QIODevice &device)
 {
     return device.peek(16).endsWith("VP8 ");
+}
+
+// A GIF's first picture may be smaller than its screen, which the toolkit makes.
+qint64 gifScreenBytes(QIODevice &device)
+{
+    const QByteArray head = device.peek(10);
+    if (head.size() < 10)
+        return 0;
+    return qint64(4) * qFromLittleEndian<quint16>(head.constData() + 6)
+        * qFromLittleEndian<quint16>(head.constData() + 8);
+}
+
+// The largest strip or tile, packed and unpacked.
+qint64 tiffStripBytes(QIODevice &device)
+{
+    const TiffFile file = openTiff(device);
+    if (!file)
+        return 0;
+    const bool isTiled = TIFFIsTiled(file.get());
+    const qint64 unpacked = isTiled ? TIFFTileSize(file.get()) : TIFFStripSize(file.get());
+    return largestStripInFile(file.get()) + unpacked;
 }
 
 } // namespace
@@ -23,6 +49,12 @@ ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const
     m_reader.setAutoTransform(false);
     if (!options.allowTruncated && isCutShort(device, kind.format))
         throw PhotoError("is truncated");
+    if (kind.format == PhotoFormat::Gif)
+        m_besidePicture = gifScreenBytes(device);
+    if (kind.format == PhotoFormat::Tiff) {
+        m_besidePicture = tiffStripBytes(device);
+        device.seek(0);
+    }
     const bool isDecodedTwice = kind.format == PhotoFormat::WebP && !isLossyWebP(device);
     m_size = m_reader.size();
     if (m_size.isEmpty())
@@ -61,5 +93,7 @@ QImage ToolkitDecoder::rows(int first, int count)
     QImage band = view;
     band.setColorTable(m_picture.colorTable());
     m_band = band.convertToFormat(QImage::Format_ARGB32);
+    if (m_band.isNull())
+        throw std::bad_alloc();
     return m_band;
 }

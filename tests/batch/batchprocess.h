@@ -92,7 +92,10 @@ private:
 
 // Checks an exit code and shows what the program said when it is another.
 #define COMPARE_EXIT(outcome, expected) \
-    QVERIFY2((outcome).exitCode == (expected), \
-             QByteArray("exit code " + QByteArray::number((outcome).exitCode) + ": " \
-                        + (outcome).errors.left(2000)) \
-                 .constData())
+    do { \
+        const auto &ended = (outcome); /* may run the program: once */ \
+        QVERIFY2(ended.exitCode == (expected), \
+                 QByteArray("exit code " + QByteArray::number(ended.exitCode) + ": " \
+                            + ended.errors.left(2000)) \
+                     .constData()); \
+    } while (false)

@@ -130,6 +130,7 @@ private slots:
     void cutShort_data();
     void cutShort();
     void memoryNeed();
+    void memoryNeedOfTheToolkit();
 };
 
 void tst_TiffDecoder::pixels_data()
@@ -289,6 +290,24 @@ void tst_TiffDecoder::memoryNeed()
     QVERIFY(few->memoryNeed() < 300 * 200 * 6);
     // All of the compressed data are one strip, beside about 200 bytes of tags.
     QVERIFY(many->memoryNeed() > whole.size() - 500);
+}
+
+// It reads a strip as it is in the file and unpacks it as a whole, beside the
+// picture.
+void tst_TiffDecoder::memoryNeedOfTheToolkit()
+{
+    QBuffer inks;
+    inks.setData(tiffOf({.bits = 8,
+                         .samples = 4,
+                         .compression = COMPRESSION_LZW,
+                         .rowsPerStrip = 200,
+                         .photometric = PHOTOMETRIC_SEPARATED},
+                        QSize(300, 200)));
+    QVERIFY(inks.open(QIODevice::ReadOnly));
+    const ToolkitDecoder decoder(inks, {PhotoFormat::Tiff, "TIFF"}, "tiff",
+                                 {sketchBandRows, false});
+    QVERIFY(decoder.memoryNeed() > 300 * 200 * (4 + 4) + inks.size() - 500);
+    QVERIFY(decoder.memoryNeed() < 300 * 200 * (4 + 4) + inks.size());
 }
 
 CRAYVELL_TEST_MAIN(tst_TiffDecoder)
