@@ -48,11 +48,8 @@ unsigned char *newEdgeBuffer(QSize size)
     return buffer;
 }
 
-// The former paper if it fits: new memory takes longer to get than to fill.
-QPixmap whitePaper(QSize size, const QPixmap &former)
+QPixmap whitePaper(QSize size)
 {
-    if (former.size() == size)
-        return former;
     QImage paper = largeImage(size, QImage::Format_RGB32);
     paper.fill(Qt::white);
     return QPixmap::fromImage(std::move(paper));
@@ -151,10 +148,14 @@ void MainWindow::open(QString filename)
 // Puts the photo on its white margin into the scene and fits it into the view.
 void MainWindow::showPhoto(const QPixmap &photo)
 {
-    const QPixmap former = backgroundItem ? backgroundItem->pixmap() : QPixmap();
     clearScene();
 
-    const QPixmap paper = whitePaper(photo.size() + QSize(2 * margin, 2 * margin), former);
+    // The last one is used again if it fits: getting new memory takes long.
+    const QSize paperSize = photo.size() + QSize(2 * margin, 2 * margin);
+    if (paper.size() != paperSize) {
+        paper = QPixmap(); // makes room
+        paper = whitePaper(paperSize);
+    }
     backgroundItem = scene.addPixmap(paper);
     backgroundItem->setTransformationMode(Qt::SmoothTransformation);
     backgroundItem->setZValue(backgroundZ);

@@ -82,6 +82,7 @@ private:
     // darkest stroke. Each open allocates its own and none is ever released.
     unsigned char *edgeBuffer = nullptr;
     SketchPictures sketchPictures;
+    QPixmap paper; // of the last photo's size, white
 
     friend struct MainWindowProbe; // lets the tests look at the members
 };

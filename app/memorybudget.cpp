@@ -16,8 +16,8 @@ constexpr qint64 unknown = std::numeric_limits<qint64>::max();
 // Of each pixel at the worst moment, a slider step on a photo with transparency
 // that was turned upright: the photo (4 bytes), its pixmap (4), what the decoder
 // and the turning took and may not have given back (4), the white margin (4), the
-// two pictures that renderings take turns in (8) and the edge buffer (1), with one
-// byte to spare.
+// sketch and the one before it, where a host keeps that (8), and the edge buffer
+// (1), with one byte to spare.
 constexpr qint64 bytesPerPixel = 26;
 
 QByteArray contents(const QString &path)

@@ -54,11 +54,12 @@ private slots:
     void cleanup();
 
     void cancelledDialogChangesNothing();
-    void dialogIsAskedAsDescribed();
+    void dialogHasItsTexts();
     void photoIsShownOnItsMargin();
     void edgesAreComputed();
     void progressIsShown();
     void secondPhotoReplacesTheFirst();
+    void secondPhotoOfTheSameSizeLiesOnWhitePaper();
     void onePixelPhoto();
     void failureMovesOnlyTheDirectory();
     void failureKeepsTheFirstPhoto();
@@ -111,7 +112,7 @@ void OpenTest::cancelledDialogChangesNothing()
     QVERIFY(MainWindowProbe::fileName(*m_window).isEmpty());
 }
 
-void OpenTest::dialogIsAskedAsDescribed()
+void OpenTest::dialogHasItsTexts()
 {
     MainWindowProbe::settings(*m_window).setValue(QStringLiteral("CurrDir"), m_folder.path());
     QString title;
@@ -227,6 +228,23 @@ void OpenTest::secondPhotoReplacesTheFirst()
     QVERIFY(overlay->pixmap().isNull()); // ... but its pixels are let go
     delete overlay;
     QVERIFY(MainWindowProbe::edgeBuffer(*m_window) != firstEdges);
+}
+
+void OpenTest::secondPhotoOfTheSameSizeLiesOnWhitePaper()
+{
+    MainWindowProbe::open(*m_window, path("beach.png"));
+    QGraphicsPixmapItem *paper = MainWindowProbe::backgroundItem(*m_window);
+    const QSize size = paper->pixmap().size();
+    QPixmap painted(size);
+    painted.fill(Qt::red);
+    paper->setPixmap(painted); // as a host might
+    QTest::ignoreMessage(QtWarningMsg, "QGraphicsScene::removeItem: cannot remove 0-item");
+
+    MainWindowProbe::open(*m_window, path("beach.png"));
+    const QImage margin = MainWindowProbe::backgroundItem(*m_window)->pixmap().toImage();
+    QImage white(size, margin.format());
+    white.fill(Qt::white);
+    QCOMPARE(margin, white);
 }
 
 void OpenTest::onePixelPhoto()

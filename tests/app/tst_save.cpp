@@ -48,7 +48,7 @@ private slots:
 
     void nothingToSave();
     void cancelled();
-    void dialogIsAskedAsDescribed();
+    void dialogHasItsTexts();
     void startsInTheLastDirectory();
     void formatFollowsTheSuffix_data();
     void formatFollowsTheSuffix();
@@ -124,7 +124,7 @@ void SaveTest::cancelled()
     QVERIFY(!MainWindowProbe::settings(*m_window).contains(QStringLiteral("CurrSaveDir")));
 }
 
-void SaveTest::dialogIsAskedAsDescribed()
+void SaveTest::dialogHasItsTexts()
 {
     openPhoto();
     QString title;
