@@ -36,6 +36,15 @@ function(crayvell_program name)
     _crayvell_note_sources(${ARG_SOURCES})
 endfunction()
 
+# What the sanitizers need to know of a test that they watch. Slow unwinding sees
+# through the toolkit, so that suppressions can name the function of ours that is at
+# the root of a leak.
+function(crayvell_sanitize_test name)
+    set(suppressions "${Crayvell_SOURCE_DIR}/tests/support/leaks.supp")
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT
+        "ASAN_OPTIONS=fast_unwind_on_malloc=0;LSAN_OPTIONS=suppressions=${suppressions}:print_suppressions=0")
+endfunction()
+
 function(_crayvell_note_sources)
     foreach(source IN LISTS ARGV)
         cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)

@@ -82,10 +82,10 @@ HWY_INLINE VBytes neighbourhoodMaximum(const uchar *columnMaximum)
 //
 // Here 256 q is rounded to an integer by the addition of a number whose last place
 // is worth 1/256. With 127 more, the high byte of the lowest 16 bits is the level
-// for t below 130; for the others one has to be taken off, which dodgedLevels()
-// does: with 512 less, the highest of the 16 bits is set for them. It is set for t
-// below 2, too, where no q lies between the two bounds. Nor does any q come so near
-// to its bound that the errors of single precision matter.
+// for t below 130. For the others the 16 bits have to be one less, which is the
+// work of dodgedLevels(): with 512 less, the highest of them is set just there, and
+// for t below 2, where no q lies between the two bounds. Nor does any q come so
+// near to its bound that the errors of single precision matter.
 //
 // Both operands may be multiplied by the same power of two.
 HWY_INLINE VLongs dodgeQuotient(VLongs level, VLongs brightest)
