@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 
+#include <array>
 #include <new>
 
 #include "batch/completeness.h"
@@ -20,11 +21,10 @@ bool isLossyWebP(QIODevice &device)
 // A GIF's first picture may be smaller than its screen, which the toolkit makes.
 qint64 gifScreenBytes(QIODevice &device)
 {
-    const QByteArray head = device.peek(10);
-    if (head.size() < 10)
-        return 0;
-    return qint64(4) * qFromLittleEndian<quint16>(head.constData() + 6)
-        * qFromLittleEndian<quint16>(head.constData() + 8);
+    std::array<char, 10> head {};
+    device.peek(head.data(), head.size());
+    return qint64(4) * qFromLittleEndian<quint16>(head.data() + 6)
+        * qFromLittleEndian<quint16>(head.data() + 8);
 }
 
 // The largest strip or tile, packed and unpacked.
