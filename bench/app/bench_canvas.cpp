@@ -110,6 +110,7 @@ void levels(benchmark::State &state, const QImage &photo)
     SketchPictures pictures;
     QPixmap shown;
     for (auto _ : state) {
+        shown = QPixmap(); // as the window does
         QImage sketch = pictures.next(photo);
         updatePenLevels(sketch, buffer.data(), 10, 250);
         shown = opaquePixmap(sketch);
