@@ -10,7 +10,7 @@ QByteArray bigEndian(quint32 number)
     return {reinterpret_cast<const char *>(&number), sizeof number};
 }
 
-// The CRC-32 of a chunk's type and data, as the PNG specification has it.
+// The CRC-32 of a chunk's type and data, as PNG files have it.
 quint32 crc(const QByteArray &bytes)
 {
     quint32 sum = 0xffffffffU;
