@@ -41,6 +41,15 @@ inline QByteArray jpeg(int width = 64, int height = 48, quint32 seed = 1)
     return encoded(scene(width, height, seed), "jpeg");
 }
 
+inline QByteArray progressiveJpeg(const QImage &picture)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setProgressiveScanWrite(true);
+    return writer.write(picture) ? buffer.data() : QByteArray();
+}
+
 // A GIF whose codes are the pixels themselves: after a clear code the codes have
 // eight bits, and stay so for the next 126 pixels. Greys of 7 bits.
 inline QByteArray gif(const QImage &picture)

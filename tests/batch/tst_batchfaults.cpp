@@ -5,7 +5,6 @@
 
 #include "tests/batch/batchprocess.h"
 #include "tests/batch/testphotos.h"
-#include "tests/support/pngfile.h"
 #include "tests/support/testmain.h"
 
 class tst_BatchFaults : public QObject
@@ -23,14 +22,6 @@ private slots:
     void refusedByName();
     void specialFilesAreRefused_data();
     void specialFilesAreRefused();
-    void bombs_data();
-    void bombs();
-    void maximumMemoryIsNamed();
-    void maximumMemoryOfLosslessWebP();
-    void maximumMemoryOfStandardInput();
-    void tooManyScans();
-    void tooLargeForJpeg();
-    void fewMemoryForManyJobs();
     void fullDisk_data();
     void fullDisk();
     void fullFileSystem();
@@ -64,14 +55,8 @@ QByteArray photoIn(const QByteArray &format)
     const QImage scene = testphotos::scene(120, 100);
     if (format == "gif")
         return testphotos::gif(scene);
-    if (format == "progressive jpeg") {
-        QBuffer buffer;
-        buffer.open(QIODevice::WriteOnly);
-        QImageWriter writer(&buffer, "jpeg");
-        writer.setProgressiveScanWrite(true);
-        writer.write(scene);
-        return buffer.data();
-    }
+    if (format == "progressive jpeg")
+        return testphotos::progressiveJpeg(scene);
     if (format == "plain ppm") {
         QByteArray file = "P3\n120 100\n255\n";
         for (int i = 0; i < 120 * 100; ++i) {
@@ -214,131 +199,6 @@ void tst_BatchFaults::specialFilesAreRefused()
     COMPARE_EXIT(batch.run({"p.jpg"}), 1);
     COMPARE_EXIT(batch.run({"--output-dir", "o", "."}), 0);
     QVERIFY(clock.elapsed() < 20000);
-}
-
-void tst_BatchFaults::bombs_data()
-{
-    QTest::addColumn<QByteArray>("photo");
-    QTest::addColumn<QByteArray>("reason");
-
-    const QByteArray tooLarge("more than the");
-
-    const auto patched = [](QByteArray file, qsizetype at, const QByteArray &bytes) {
-        return file.replace(at, bytes.size(), bytes);
-    };
-    const QByteArray jpeg = testphotos::jpeg();
-    const qsizetype frame = jpeg.indexOf("\xff\xc0");
-    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc") << tooLarge;
-    QTest::newRow("bmp") << patched(testphotos::encoded(testphotos::scene(9, 9), "bmp"), 18,
-                                    QByteArray("\0\0\7\0\0\0\7\0", 8))
-                         << QByteArray("is truncated");
-    QTest::newRow("ppm") << QByteArray("P6\n500000 500000\n255\n")
-                         << QByteArray("is a damaged PPM");
-    QTest::newRow("gif") << patched(testphotos::gif(testphotos::scene(9, 9)), 6, "\xff\xff\xff\xff")
-                         << tooLarge;
-    const QImage deep = testphotos::scene(9, 9).convertToFormat(QImage::Format_RGBX64);
-    // 100,000 x 100,000 pixels, with the right checksum.
-    QTest::newRow("png of 16 bits") << patched(testphotos::encoded(deep, "png"), 16,
-                                               QByteArray::fromHex("000186a0000186a01002000000"
-                                                                   "77a040dc"))
-                                    << tooLarge;
-    QTest::newRow("png with texts") << pngWithTexts(60) << tooLarge;
-    QByteArray tiff = testphotos::encoded(deep, "tiff");
-    for (const char *side : {"\0\1", "\1\1"}) {
-        const qsizetype entry =
-            tiff.indexOf(QByteArray(side, 2), qFromLittleEndian<quint32>(tiff.data() + 4));
-        tiff =
-            patched(tiff, entry, QByteArray(side, 2) + QByteArray::fromHex("040001000000a0860100"));
-    }
-    QTest::newRow("tiff of 16 bits") << tiff << tooLarge;
-}
-
-void tst_BatchFaults::bombs()
-{
-    QFETCH(QByteArray, photo);
-    QFETCH(QByteArray, reason);
-    BatchProcess batch;
-    batch.write("photo", photo);
-    QElapsedTimer clock;
-    clock.start();
-    const auto outcome = batch.run({"--max-memory", "50M", "--format", "png", "photo"});
-    COMPARE_EXIT(outcome, 1);
-    QCOMPARE(outcome.errors.count('\n'), 1);
-    QVERIFY2(outcome.errors.contains(reason), outcome.errors.constData());
-    QVERIFY(clock.elapsed() < 20000);
-    QCOMPARE(batch.files(), QStringList {"photo"});
-}
-
-void tst_BatchFaults::maximumMemoryIsNamed()
-{
-    BatchProcess batch;
-    batch.write("a.bmp", testphotos::encoded(testphotos::scene(800, 600), "bmp"));
-    const auto outcome = batch.run({"--max-memory", "1M", "a.bmp"});
-    COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.startsWith("a.bmp: is 800 x 600 pixels and needs "),
-             outcome.errors.constData());
-    QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
-    COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.bmp"}), 0);
-}
-
-// Decoding a lossless WebP takes two pictures of 32 bits and the file.
-void tst_BatchFaults::maximumMemoryOfLosslessWebP()
-{
-    BatchProcess batch;
-    const QImage scene = testphotos::scene(1000, 700);
-    batch.write("lossy", testphotos::encoded(scene, "webp", {}, 90));
-    batch.write("lossless", testphotos::encoded(scene, "webp", {}, 100));
-    QCOMPARE(batch.contents("lossless").mid(12, 4), QByteArray("VP8L"));
-    const auto outcome =
-        batch.run({"--max-memory", "5M", "--output-dir", "o", "lossy", "lossless"});
-    COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.startsWith("lossless: is 1000 x 700 pixels and needs "),
-             outcome.errors.constData());
-    QCOMPARE(outcome.errors.count('\n'), 1);
-}
-
-void tst_BatchFaults::maximumMemoryOfStandardInput()
-{
-    BatchProcess batch;
-    const auto outcome = batch.shell("head -c 3000000 /dev/zero | \"$batch\" --max-memory 1M -");
-    COMPARE_EXIT(outcome, 1);
-    QVERIFY(outcome.errors.contains("1 MB that --max-memory allows"));
-}
-
-void tst_BatchFaults::tooManyScans()
-{
-    const QByteArray photo = photoIn("progressive jpeg");
-    // The last scan, of one coefficient's last bit, over and over again.
-    const qsizetype last = photo.lastIndexOf("\xff\xda");
-    QVERIFY(last > 0);
-    const QByteArray scan = photo.mid(last).chopped(2);
-    BatchProcess batch;
-    batch.write("photo", photo.left(last) + scan.repeated(1000) + "\xff\xd9");
-    const auto outcome = batch.run({"--allow-truncated", "photo"});
-    COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.contains("more than 500 scans"), outcome.errors.constData());
-}
-
-void tst_BatchFaults::tooLargeForJpeg()
-{
-    BatchProcess batch;
-    batch.write("a.png", testphotos::encoded(testphotos::scene(65501, 8), "png"));
-    const auto outcome = batch.run({"a.png"});
-    COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.contains("65500"), outcome.errors.constData());
-    COMPARE_EXIT(batch.run({"--format", "png", "a.png"}), 0);
-}
-
-void tst_BatchFaults::fewMemoryForManyJobs()
-{
-    BatchProcess batch;
-    for (int i = 0; i < 8; ++i) {
-        batch.write(QStringLiteral("p/%1.png").arg(i),
-                    testphotos::encoded(testphotos::scene(400, 300, i), "png"));
-    }
-    // Room for one at a time.
-    COMPARE_EXIT(batch.run({"-j", "8", "--max-memory", "1M", "--output-dir", "out", "p"}), 0);
-    QCOMPARE(batch.files().size(), 16);
 }
 
 void tst_BatchFaults::fullDisk_data()
