@@ -14,8 +14,8 @@
 
 #include "app/helpdialog.h"
 #include "app/homepage.h"
-#include "app/largepages.h"
-#include "app/photofile.h"
+#include "photo/largepages.h"
+#include "photo/photofile.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/gaussianblur.h"
 #include "sketch/levels.h"
@@ -44,13 +44,13 @@ unsigned char *newEdgeBuffer(QSize size)
     const std::size_t pixels =
         static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());
     auto *buffer = new unsigned char[pixels];
-    preferLargePages(buffer, pixels);
+    photo::preferLargePages(buffer, pixels);
     return buffer;
 }
 
 QPixmap whitePaper(QSize size)
 {
-    QImage paper = largeImage(size, QImage::Format_RGB32);
+    QImage paper = photo::largeImage(size, QImage::Format_RGB32);
     paper.fill(Qt::white);
     return QPixmap::fromImage(std::move(paper));
 }
@@ -125,8 +125,8 @@ void MainWindow::on_actionOpen_triggered()
 void MainWindow::open(QString filename)
 {
     // A photo that cannot be read still moves the remembered directory.
-    settings.setValue(QStringLiteral("CurrDir"), canonicalDirectory(filename));
-    const Photo photo = readPhoto(filename);
+    settings.setValue(QStringLiteral("CurrDir"), photo::canonicalDirectory(filename));
+    const photo::Photo photo = photo::readPhoto(filename);
     if (photo.image.isNull()) {
         ui->statusBar->showMessage(tr("Failed to read image"), 0);
         return;
@@ -275,8 +275,8 @@ void MainWindow::on_actionSave_triggered()
         ui->statusBar->showMessage(tr("No file selected"), 0);
         return;
     }
-    writeSketch(sketchImage, target); // a failed save is silent
-    settings.setValue(QStringLiteral("CurrSaveDir"), canonicalDirectory(target));
+    photo::writeSketch(sketchImage, target); // a failed save is silent
+    settings.setValue(QStringLiteral("CurrSaveDir"), photo::canonicalDirectory(target));
 }
 
 void MainWindow::on_actionIndex_triggered()

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "app/largepages.h"
+#include "photo/largepages.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ QImage SketchPictures::next(const QImage &photo)
         memory = std::find_if(m_memory.begin(), m_memory.end(), isFree);
         if (memory == m_memory.end())
             memory = m_memory.begin(); // somebody keeps both; this one is theirs now
-        *memory = largeImage(photo.size(), QImage::Format_ARGB32);
+        *memory = photo::largeImage(photo.size(), QImage::Format_ARGB32);
     }
     if (memory->isNull())
         return {};

@@ -10,8 +10,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "batch/photoerror.h"
 #include "batch/temporaries.h"
+
+namespace batch {
 
 namespace {
 
@@ -22,7 +23,7 @@ constexpr int attempts = 100; // at a name that nobody has
 
 [[noreturn]] void fail(const char *what, int error = errno)
 {
-    throw PhotoError(std::string(what) + ": " + std::strerror(error));
+    throw photo::PhotoError(std::string(what) + ": " + std::strerror(error));
 }
 
 std::string targetOf(const std::string &path)
@@ -32,7 +33,7 @@ std::string targetOf(const std::string &path)
         return path;
     const fs::path target = fs::canonical(path, error);
     if (error)
-        throw PhotoError("the output is a link that leads nowhere");
+        throw photo::PhotoError("the output is a link that leads nowhere");
     return target.native();
 }
 
@@ -41,7 +42,7 @@ void makeFolder(const std::string &folder)
     std::error_code error;
     fs::create_directories(folder, error);
     if (error)
-        throw PhotoError("cannot make the folder " + folder + ": " + error.message());
+        throw photo::PhotoError("cannot make the folder " + folder + ": " + error.message());
 }
 
 // The way to an open file that has no name.
@@ -140,7 +141,7 @@ void AtomicFile::takeOverMode()
     if (stat(m_path.c_str(), &old) != 0)
         return;
     if (!S_ISREG(old.st_mode))
-        throw PhotoError("the output is no regular file");
+        throw photo::PhotoError("the output is no regular file");
     if (fchmod(m_descriptor, old.st_mode & 07777) != 0)
         fail("cannot keep the permissions of the output");
 }
@@ -209,3 +210,5 @@ void AtomicFile::publishNamed(bool replace)
     Temporaries::instance().drop(m_temporary);
     m_temporary.clear();
 }
+
+} // namespace batch

@@ -3,13 +3,26 @@
 #include <ctime>
 #include <string>
 
-#include "batch/bytesink.h"
+#include "photo/encode/bytesink.h"
+#include "photo/photoerror.h"
+
+namespace batch {
+
+// The output came into being, or was there already, and may not be replaced.
+class OutputExists : public photo::PhotoError
+{
+public:
+    OutputExists()
+        : PhotoError("the output exists already")
+    {
+    }
+};
 
 // A file that appears under its name in one step, when it is complete. Until
 // then it has no name at all where the file system can do that, and otherwise a
 // hidden one, ".crayvell-" and random characters, in the same folder. One that
 // is not published leaves nothing behind.
-class AtomicFile : public ByteSink
+class AtomicFile : public photo::ByteSink
 {
 public:
     // Makes the folders that are missing. A path that is a symbolic link to a
@@ -40,3 +53,5 @@ private:
     std::string m_temporary; // empty: the file has no name yet
     int m_descriptor = -1;
 };
+
+} // namespace batch

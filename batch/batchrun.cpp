@@ -7,7 +7,9 @@
 #include <limits>
 #include <thread>
 
-#include "app/memorybudget.h"
+#include "photo/memorybudget.h"
+
+namespace batch {
 
 namespace {
 
@@ -30,6 +32,7 @@ PhotoResult plannedResult(const PlannedPhoto &photo)
 {
     PhotoResult result;
     result.reason = photo.reason;
+    result.replaces = photo.replaces;
     if (photo.step == PlannedPhoto::Step::Sketch)
         result.status = Status::Planned;
     else if (photo.step == PlannedPhoto::Step::Skip)
@@ -45,7 +48,7 @@ BatchRun::BatchRun(const Options &options, Reporter &reporter)
     , m_memory(options.maximumMemory)
 {
     if (m_memory == 0)
-        m_memory = std::max<qint64>(availableMemory() / shareOfMemory, 1);
+        m_memory = std::max<qint64>(photo::availableMemory() / shareOfMemory, 1);
     // The last guard against a file whose header lied.
     constexpr qint64 most = std::numeric_limits<int>::max();
     QImageReader::setAllocationLimit(static_cast<int>(std::clamp<qint64>(m_memory >> 20, 1, most)));
@@ -73,7 +76,7 @@ void BatchRun::report(const PlannedPhoto &photo, const PhotoResult &result)
 {
     if (result.status == Status::Failed)
         m_someFailed = true;
-    m_reporter.photo(photo, result);
+    m_reporter.photo(photo.input, photo.output, result);
 }
 
 // Tells without doing: all of it in a dry run, else only what forbids the run.
@@ -102,3 +105,5 @@ void BatchRun::work()
         workers.emplace_back(worker);
     worker();
 }
+
+} // namespace batch

@@ -2,8 +2,11 @@
 
 #include <atomic>
 
-#include "batch/exitcode.h"
-#include "batch/reporter.h"
+#include "batch/cli/exitcode.h"
+#include "batch/cli/reporter.h"
+#include "batch/sketchjob.h"
+
+namespace batch {
 
 // One run of the program: plans all photos, then works on them.
 class BatchRun
@@ -26,3 +29,5 @@ private:
     qint64 m_memory;
     std::atomic<bool> m_someFailed = false;
 };
+
+} // namespace batch

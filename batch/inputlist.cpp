@@ -10,20 +10,22 @@
 #include <iostream>
 #include <iterator>
 
-#include "batch/commandline.h"
-#include "batch/photoformat.h"
+#include "batch/cli/commandline.h"
+#include "photo/photoformat.h"
+
+namespace batch {
 
 namespace {
 
 namespace fs = std::filesystem;
 
-ContentKind kindOfFile(const fs::path &path)
+photo::ContentKind kindOfFile(const fs::path &path)
 {
     std::ifstream file(path, std::ios::binary);
-    QByteArray beginning(contentProbe, '\0');
+    QByteArray beginning(photo::contentProbe, '\0');
     file.read(beginning.data(), beginning.size());
     beginning.resize(file.gcount());
-    return contentKind(beginning, path.native());
+    return photo::contentKind(beginning, path.native());
 }
 
 class Collector
@@ -118,8 +120,8 @@ private:
         std::error_code error;
         if (!entry.is_regular_file(error))
             return false;
-        return hasPictureSuffix(entry.path().native())
-            || kindOfFile(entry.path()).format != PhotoFormat::Unknown;
+        return photo::hasPictureSuffix(entry.path().native())
+            || kindOfFile(entry.path()).format != photo::PhotoFormat::Unknown;
     }
 
     bool isOutputFolder(const fs::path &path) const
@@ -174,3 +176,5 @@ InputList collectInputs(const Options &options)
         addFromList(collector, options);
     return collector.take();
 }
+
+} // namespace batch

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "batch/options.h"
+#include "batch/cli/options.h"
+
+namespace batch {
 
 // A photo to sketch, found but not yet opened.
 struct InputPhoto
@@ -22,3 +24,5 @@ struct InputList
 // The photos that the options name, folders and the list resolved, in the order
 // given and within a folder by name. Throws UsageError.
 InputList collectInputs(const Options &options);
+
+} // namespace batch

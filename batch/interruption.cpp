@@ -5,8 +5,10 @@
 #include <thread>
 #include <unistd.h>
 
-#include "batch/exitcode.h"
+#include "batch/cli/exitcode.h"
 #include "batch/temporaries.h"
+
+namespace batch {
 
 namespace {
 
@@ -47,3 +49,5 @@ void watchSignals(const std::function<void()> &lastWords)
         _exit(signalExitCode(signal));
     }).detach();
 }
+
+} // namespace batch

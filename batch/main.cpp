@@ -8,10 +8,12 @@
 #include <memory>
 
 #include "batch/batchrun.h"
-#include "batch/commandline.h"
-#include "batch/helptext.h"
+#include "batch/cli/commandline.h"
+#include "batch/cli/helptext.h"
+#include "batch/cli/standardstreams.h"
 #include "batch/interruption.h"
-#include "batch/standardstreams.h"
+
+namespace batch {
 
 namespace {
 
@@ -44,9 +46,7 @@ int sketchPhotos(const Options &options)
     return static_cast<int>(BatchRun(options, *reporter).run());
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+int runProgram(int argc, char *argv[])
 {
     try {
         const Options options = parseCommandLine(argc, argv);
@@ -67,4 +67,13 @@ int main(int argc, char *argv[])
     } catch (const UsageError &error) {
         return complain(error.what());
     }
+}
+
+} // namespace
+
+} // namespace batch
+
+int main(int argc, char *argv[])
+{
+    return batch::runProgram(argc, argv);
 }

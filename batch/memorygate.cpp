@@ -1,5 +1,7 @@
 #include "batch/memorygate.h"
 
+namespace batch {
+
 MemoryGate::Share::Share(MemoryGate &gate, qint64 need)
     : m_gate(gate)
     , m_need(need)
@@ -19,3 +21,5 @@ MemoryGate::Share::~Share()
     m_gate.m_taken -= m_need;
     m_gate.m_changed.notify_all();
 }
+
+} // namespace batch

@@ -5,6 +5,8 @@
 #include <condition_variable>
 #include <mutex>
 
+namespace batch {
+
 // Lets jobs in while the memory they announce stays within a bound, in the order
 // in which they came, so that a large one is not kept waiting by small ones.
 class MemoryGate
@@ -39,3 +41,5 @@ private:
     std::mutex m_lock;
     std::condition_variable m_changed;
 };
+
+} // namespace batch

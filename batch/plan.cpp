@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "batch/commandline.h"
-#include "batch/photoformat.h"
+#include "batch/cli/commandline.h"
+#include "photo/photoformat.h"
+
+namespace batch {
 
 namespace {
 
@@ -16,7 +18,7 @@ using FileIdentity = std::pair<dev_t, ino_t>;
 
 std::string withoutPictureSuffix(const fs::path &name)
 {
-    return hasPictureSuffix(name.native()) ? name.stem().native() : name.filename().native();
+    return photo::hasPictureSuffix(name.native()) ? name.stem().native() : name.filename().native();
 }
 
 std::string outputOf(const InputPhoto &input, const Options &options)
@@ -185,3 +187,5 @@ std::vector<PlannedPhoto> planPhotos(const std::vector<InputPhoto> &inputs, cons
 {
     return Planner(inputs, options).plan();
 }
+
+} // namespace batch

@@ -2,6 +2,8 @@
 
 #include "batch/inputlist.h"
 
+namespace batch {
+
 // What is to be done with one photo.
 struct PlannedPhoto
 {
@@ -22,3 +24,5 @@ struct PlannedPhoto
 // Finds the output of every photo and what is in its way, without writing
 // anything.
 std::vector<PlannedPhoto> planPhotos(const std::vector<InputPhoto> &inputs, const Options &options);
+
+} // namespace batch

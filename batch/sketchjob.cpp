@@ -11,14 +11,17 @@
 #include <unistd.h>
 
 #include "batch/atomicfile.h"
-#include "batch/bandsketcher.h"
-#include "batch/metadata.h"
-#include "batch/photoerror.h"
+#include "batch/sketchrows.h"
+#include "photo/encode/sketchencoder.h"
+#include "photo/exif.h"
+#include "photo/photoerror.h"
+
+namespace batch {
 
 namespace {
 
 // A picture for standard output, which must not be begun before it is complete.
-class StandardOutput : public ByteSink
+class StandardOutput : public photo::ByteSink
 {
 public:
     void write(const unsigned char *bytes, std::size_t count) override
@@ -32,7 +35,8 @@ public:
             if (count < 0 && errno == EINTR)
                 continue;
             if (count < 0)
-                throw PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
+                throw photo::PhotoError(std::string("cannot write the output: ")
+                                        + std::strerror(errno));
             at += static_cast<std::size_t>(count);
         }
     }
@@ -63,7 +67,7 @@ public:
         , m_memory(memory)
         , m_result(result)
         , m_input(photo.input, memory.capacity())
-        , m_decoder(openPhoto(m_input, {sketchBandRows, options.allowTruncated}, m_header))
+        , m_decoder(photo::openPhoto(m_input, {sketchBandRows, options.allowTruncated}, m_header))
     {
         m_size = m_decoder->size();
         if (m_header.transformation.testFlag(QImageIOHandler::TransformationRotate90))
@@ -84,13 +88,18 @@ public:
     }
 
 private:
+    photo::SketchFormat sketchFormat() const
+    {
+        return *m_options.format == OutputFormat::Png ? photo::SketchFormat::Png
+                                                      : photo::SketchFormat::Jpeg;
+    }
     bool isTurned() const { return m_header.transformation != QImageIOHandler::TransformationNone; }
 
     qint64 need() const
     {
         const qint64 pixels = qint64(m_size.width()) * m_size.height();
         const qint64 decoding = m_decoder->memoryNeed() + sketchRowsNeed(m_decoder->size().width());
-        const qint64 encoding = encoderNeed(*m_options.format, m_size);
+        const qint64 encoding = photo::encoderNeed(sketchFormat(), m_size);
         const qint64 work =
             isTurned() ? std::max(decoding + pixels, 2 * pixels + encoding) : decoding + encoding;
         const qint64 buffered = m_photo.output == "-" ? pixels : 0;
@@ -102,7 +111,7 @@ private:
         const qint64 bytes = need();
         if (bytes <= m_memory.capacity())
             return bytes;
-        throw PhotoError(
+        throw photo::PhotoError(
             "is " + std::to_string(m_size.width()) + " x " + std::to_string(m_size.height())
             + " pixels and needs " + std::to_string((bytes >> 20) + 1) + " MB, more than the "
             + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows");
@@ -126,12 +135,12 @@ private:
         output.publish(m_photo.replaces);
     }
 
-    void encodeInto(ByteSink &sink)
+    void encodeInto(photo::ByteSink &sink)
     {
-        ExifBlock exif;
+        photo::ExifBlock exif;
         if (!m_options.stripMetadata) {
-            exif = exifForSketch(m_input, m_size, m_header.knowsOrientation,
-                                 exifCapacity(*m_options.format));
+            exif = photo::exifForSketch(m_input, m_size, m_header.knowsOrientation,
+                                        photo::exifCapacity(sketchFormat()));
         }
         if (isTurned())
             encodeTurned(exif, sink);
@@ -139,14 +148,18 @@ private:
             encodeStraight(exif, sink);
     }
 
-    std::unique_ptr<SketchEncoder> encoder(const ExifBlock &exif, ByteSink &sink) const
+    std::unique_ptr<photo::SketchEncoder> encoder(const photo::ExifBlock &exif,
+                                                  photo::ByteSink &sink) const
     {
-        return makeEncoder(*m_options.format, m_options.quality, m_size, exif, sink);
+        return photo::makeEncoder(sketchFormat(), m_options.quality, m_size, exif, sink);
     }
 
-    GreyTable levels() const { return greyTable(m_options.blackLevel, m_options.whiteLevel); }
+    sketch::GreyTable levels() const
+    {
+        return sketch::greyTable(m_options.blackLevel, m_options.whiteLevel);
+    }
 
-    void encodeStraight(const ExifBlock &exif, ByteSink &sink)
+    void encodeStraight(const photo::ExifBlock &exif, photo::ByteSink &sink)
     {
         const auto output = encoder(exif, sink);
         sketchRows(*m_decoder, levels(),
@@ -155,7 +168,7 @@ private:
         output->finish();
     }
 
-    void encodeTurned(const ExifBlock &exif, ByteSink &sink)
+    void encodeTurned(const photo::ExifBlock &exif, photo::ByteSink &sink)
     {
         // A sketch and its turning can change places: the neighbourhood is as
         // wide as it is high. One byte a pixel is turned instead of four.
@@ -184,9 +197,9 @@ private:
     const Options &m_options;
     MemoryGate &m_memory;
     PhotoResult &m_result;
-    PhotoInput m_input;
-    PhotoHeader m_header;
-    std::unique_ptr<PhotoDecoder> m_decoder;
+    photo::PhotoInput m_input;
+    photo::PhotoHeader m_header;
+    std::unique_ptr<photo::PhotoDecoder> m_decoder;
     QSize m_size;
 };
 
@@ -214,3 +227,5 @@ PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, Memor
     }
     return result;
 }
+
+} // namespace batch

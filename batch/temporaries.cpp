@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+namespace batch {
+
 Temporaries &Temporaries::instance()
 {
     // Never destroyed: the signal thread may outlive the statics of main().
@@ -21,3 +23,5 @@ void Temporaries::abandon()
     for (const std::string &path : m_paths)
         unlink(path.c_str());
 }
+
+} // namespace batch

@@ -5,6 +5,8 @@
 #include <set>
 #include <string>
 
+namespace batch {
+
 // The named files of this process that are not finished. Every step that makes
 // such a name, gives it its final one or removes it happens under one lock, so
 // that a signal finds each output either untouched or complete.
@@ -26,3 +28,5 @@ private:
     std::mutex m_lock;
     std::set<std::string> m_paths;
 };
+
+} // namespace batch

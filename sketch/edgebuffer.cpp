@@ -1,6 +1,6 @@
 #include "sketch/edgebuffer.h"
 
-#include "sketch/edgekernel.h"
+#include "sketch/kernel/edgekernel.h"
 
 namespace {
 
@@ -9,7 +9,7 @@ namespace {
 class ProgressSchedule
 {
 public:
-    ProgressSchedule(int width, int height, const ProgressReport &report)
+    ProgressSchedule(int width, int height, const sketch::ProgressReport &report)
         : m_width(width)
         , m_eroded(width > 4 && height > 4 ? width - 4 : 0)
         , m_report(report)
@@ -53,18 +53,19 @@ private:
     int m_width;
     int m_eroded;
     int m_next = 0;
-    const ProgressReport &m_report;
+    const sketch::ProgressReport &m_report;
 };
 
 } // namespace
 
-void inverterodesketch(const QImage &photo, unsigned char *edges, const ProgressReport &progress)
+void inverterodesketch(const QImage &photo, unsigned char *edges,
+                       const sketch::ProgressReport &progress)
 {
     ProgressSchedule schedule(photo.width(), photo.height(), progress);
     if (!photo.isNull()) {
         schedule.start();
-        const sketch::PhotoView view {photo.constBits(), photo.bytesPerLine(), photo.width(),
-                                      photo.height()};
+        const sketch::ConstImageView view {photo.constBits(), photo.bytesPerLine(), photo.width(),
+                                           photo.height()};
         sketch::edgeKernel(view, edges, [&](int rows) { schedule.advance(rows, photo.height()); });
     }
     schedule.finish();

@@ -4,8 +4,12 @@
 
 #include <functional>
 
+namespace sketch {
+
 // Receives progress as a percentage, on the calling thread.
 using ProgressReport = std::function<void(int percent)>;
+
+} // namespace sketch
 
 // Makes the edge buffer of a photo: the grey picture is dodged by the 5x5
 // minimum of its negative, which leaves white paper where a pixel is the
@@ -29,7 +33,8 @@ using ProgressReport = std::function<void(int percent)>;
 //
 // One thread, no shared state; fails at nothing but lack of memory for a few
 // rows (std::bad_alloc).
-void inverterodesketch(const QImage &photo, unsigned char *edges, const ProgressReport &progress);
+void inverterodesketch(const QImage &photo, unsigned char *edges,
+                       const sketch::ProgressReport &progress);
 
 // Whether a grey level, 0 to 255, is white.
 bool is_white_mw(unsigned char level);

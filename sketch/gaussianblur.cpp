@@ -1,6 +1,6 @@
 #include "sketch/gaussianblur.h"
 
-#include "sketch/gaussianblurkernel.h"
+#include "sketch/kernel/gaussianblurkernel.h"
 
 void blur(QImage *source, QImage *destination, int size, double sigma)
 {

@@ -14,11 +14,11 @@
 #include <cstring>
 #include <memory>
 
-#include "app/largepages.h"
 #include "app/mainwindow.h"
-#include "app/photofile.h"
 #include "app/sketchpictures.h"
 #include "bench/support/benchmain.h"
+#include "photo/largepages.h"
+#include "photo/photofile.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
 
@@ -73,13 +73,13 @@ void toolkitLoad(benchmark::State &state, const QString &fileName)
 void read(benchmark::State &state, const QString &fileName)
 {
     for (auto _ : state)
-        benchmark::DoNotOptimize(readPhoto(fileName).image.constBits());
+        benchmark::DoNotOptimize(photo::readPhoto(fileName).image.constBits());
 }
 
 void paper(benchmark::State &state, QSize size)
 {
     for (auto _ : state) {
-        QImage paper = largeImage(size + QSize(20, 20), QImage::Format_RGB32);
+        QImage paper = photo::largeImage(size + QSize(20, 20), QImage::Format_RGB32);
         paper.fill(Qt::white);
         benchmark::DoNotOptimize(QPixmap::fromImage(std::move(paper)).cacheKey());
     }
@@ -91,7 +91,7 @@ void edges(benchmark::State &state, const QImage &photo)
     const std::size_t count = static_cast<std::size_t>(photo.width()) * photo.height();
     for (auto _ : state) {
         const std::unique_ptr<unsigned char[]> buffer(new unsigned char[count]);
-        preferLargePages(buffer.get(), count);
+        photo::preferLargePages(buffer.get(), count);
         inverterodesketch(photo, buffer.get(), {});
     }
 }

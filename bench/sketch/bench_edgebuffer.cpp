@@ -13,7 +13,7 @@
 #include "bench/sketch/multiversioned.h"
 #include "bench/support/benchmain.h"
 #include "sketch/edgebuffer.h"
-#include "sketch/edgebuffer_reference.h"
+#include "sketch/reference/edgebuffer.h"
 
 namespace {
 
@@ -28,14 +28,14 @@ void plain(benchmark::State &state, const QImage &photo)
 {
     Edges edges(pixelCount(photo));
     for (auto _ : state)
-        reference::edgeBuffer(photo, edges.data());
+        sketch::reference::edgeBuffer(photo, edges.data());
     bench::countPixels(state, photo.size());
 }
 
 bool equalsReference(const QImage &photo)
 {
     Edges expected(pixelCount(photo));
-    reference::edgeBuffer(photo, expected.data());
+    sketch::reference::edgeBuffer(photo, expected.data());
     Edges edges(pixelCount(photo));
     inverterodesketch(photo, edges.data(), {});
     return edges == expected;

@@ -7,7 +7,7 @@
 
 #include "bench/support/benchmain.h"
 #include "sketch/gaussianblur.h"
-#include "sketch/gaussianblur_reference.h"
+#include "sketch/reference/gaussianblur.h"
 
 #ifdef CRAYVELL_OPENCV
 #include <opencv2/imgproc.hpp>
@@ -25,7 +25,7 @@ void separate(benchmark::State &state, const QImage &photo, Blur function)
 {
     QImage source = photo.copy();
     QImage expected = photo.copy();
-    reference::blur(&source, &expected, taps, sigma);
+    sketch::reference::blur(&source, &expected, taps, sigma);
     QImage actual = photo.copy();
     function(&source, &actual, taps, sigma);
     if (actual != expected)
@@ -75,7 +75,8 @@ int main(int argc, char **argv)
         benchmark::RegisterBenchmark((name + suffix).c_str(), function)
             ->Unit(benchmark::kMillisecond);
     };
-    add("blur/plain", [&](benchmark::State &state) { separate(state, photo, reference::blur); });
+    add("blur/plain",
+        [&](benchmark::State &state) { separate(state, photo, sketch::reference::blur); });
     add("blur/rows", [&](benchmark::State &state) { separate(state, photo, blur); });
     add("blur/rows-flat", [&](benchmark::State &state) { separate(state, flat, blur); });
 #ifdef CRAYVELL_OPENCV

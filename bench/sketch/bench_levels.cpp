@@ -4,10 +4,10 @@
 
 #include <cstring>
 
-#include "app/largepages.h"
 #include "bench/support/benchmain.h"
+#include "photo/largepages.h"
 #include "sketch/levels.h"
-#include "sketch/levels_reference.h"
+#include "sketch/reference/levels.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ Edges someEdges(QSize size)
     const QImage photo = bench::photo(size);
     Edges edges;
     edges.reserve(static_cast<std::size_t>(size.width()) * size.height());
-    preferLargePages(edges.data(), edges.capacity());
+    photo::preferLargePages(edges.data(), edges.capacity());
     for (int y = 0; y < size.height(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(photo.constScanLine(y));
         for (int x = 0; x < size.width(); ++x)
@@ -33,9 +33,9 @@ Edges someEdges(QSize size)
 
 void render(benchmark::State &state, QSize size, const Edges &edges, Rendering rendering)
 {
-    QImage image = largeImage(size, QImage::Format_ARGB32);
+    QImage image = photo::largeImage(size, QImage::Format_ARGB32);
     QImage expected(size, QImage::Format_ARGB32);
-    reference::updatePenLevels(expected, edges.data(), low, high);
+    sketch::reference::updatePenLevels(expected, edges.data(), low, high);
     rendering(image, edges.data(), low, high);
     if (image != expected)
         state.SkipWithError("not the reference's result");
@@ -48,7 +48,7 @@ void render(benchmark::State &state, QSize size, const Edges &edges, Rendering r
 
 void fill(benchmark::State &state, QSize size)
 {
-    QImage image = largeImage(size, QImage::Format_ARGB32);
+    QImage image = photo::largeImage(size, QImage::Format_ARGB32);
     image.fill(0); // the first touch of new memory takes longer than filling it
     for (auto _ : state) {
         std::memset(image.bits(), 0xff, image.sizeInBytes());
@@ -69,8 +69,9 @@ int main(int argc, char **argv)
             ->Unit(benchmark::kMillisecond);
     };
     add("fill", [&](benchmark::State &state) { fill(state, size); });
-    add("levels/plain",
-        [&](benchmark::State &state) { render(state, size, edges, reference::updatePenLevels); });
+    add("levels/plain", [&](benchmark::State &state) {
+        render(state, size, edges, sketch::reference::updatePenLevels);
+    });
     add("levels/rows",
         [&](benchmark::State &state) { render(state, size, edges, updatePenLevels); });
     return bench::run(argc, argv,

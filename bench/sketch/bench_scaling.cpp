@@ -3,8 +3,8 @@
 // memory but the photo's is the program's kind, in large pages where the system
 // has them. That the results are right is shown by the benchmarks of the two.
 
-#include "app/largepages.h"
 #include "bench/support/benchmain.h"
+#include "photo/largepages.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
 
@@ -21,7 +21,7 @@ Edges newEdges(QSize size)
 {
     Edges edges;
     edges.reserve(pixelCount(size));
-    preferLargePages(edges.data(), edges.capacity());
+    photo::preferLargePages(edges.data(), edges.capacity());
     edges.resize(pixelCount(size));
     return edges;
 }
@@ -48,7 +48,7 @@ void levels(benchmark::State &state, const QImage &photo)
 {
     Edges edges = newEdges(photo.size());
     inverterodesketch(photo, edges.data(), {});
-    QImage sketch = largeImage(photo.size(), QImage::Format_ARGB32);
+    QImage sketch = photo::largeImage(photo.size(), QImage::Format_ARGB32);
     sketch.fill(0); // touches its memory
     for (auto _ : state) {
         updatePenLevels(sketch, edges.data(), 30, 220);

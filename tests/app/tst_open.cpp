@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "sketch/edgebuffer_reference.h"
+#include "sketch/reference/edgebuffer.h"
 #include "tests/app/mainwindowprobe.h"
 #include "tests/support/dialogs.h"
 #include "tests/support/pictures.h"
@@ -172,7 +172,7 @@ void OpenTest::edgesAreComputed()
     MainWindowProbe::open(*m_window, path("noise.png"));
     const QImage photo = pictures::noise(61, 47);
     std::vector<unsigned char> expected(61 * 47);
-    reference::edgeBuffer(photo, expected.data());
+    sketch::reference::edgeBuffer(photo, expected.data());
     const unsigned char *edges = MainWindowProbe::edgeBuffer(*m_window);
     QVERIFY(std::equal(expected.begin(), expected.end(), edges));
 }

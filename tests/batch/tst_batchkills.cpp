@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <QtEndian>
 
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/pngfile.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 class tst_BatchLimits : public QObject
 {

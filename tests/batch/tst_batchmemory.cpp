@@ -6,9 +6,9 @@
 #include <unistd.h>
 
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <sys/stat.h>
 
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 class tst_BatchMetadata : public QObject
 {

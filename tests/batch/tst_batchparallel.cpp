@@ -1,6 +1,6 @@
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 namespace {
 

@@ -5,20 +5,20 @@
 #include <jpeglib.h>
 #include <memory>
 
-#include "app/photofile.h"
+#include "photo/photofile.h"
 #include "sketch/edgebuffer.h"
 #include "sketch/levels.h"
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/picturedifference.h"
-#include "tests/batch/testphotos.h"
+#include "tests/support/picturedifference.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 namespace {
 
 // What the window shows and saves for a photo.
 QImage windowSketch(const QString &photoFile, int black, int white)
 {
-    const QImage photo = readPhoto(photoFile).image;
+    const QImage photo = photo::readPhoto(photoFile).image;
     const auto edges =
         std::make_unique<unsigned char[]>(std::size_t(photo.width()) * photo.height());
     inverterodesketch(photo, edges.get(), {});

@@ -7,8 +7,8 @@
 #include <new>
 #include <vector>
 
-#include "sketch/edgebuffer_reference.h"
-#include "tests/sketch/variantmain.h"
+#include "sketch/reference/edgebuffer.h"
+#include "tests/sketch/kernel/variantmain.h"
 #include "tests/support/pictures.h"
 
 namespace {
@@ -49,7 +49,7 @@ Edges edgesOf(const QImage &photo)
 Edges referenceEdges(const QImage &photo)
 {
     Edges edges(static_cast<std::size_t>(photo.width()) * photo.height(), 0xa5);
-    reference::edgeBuffer(photo, edges.data());
+    sketch::reference::edgeBuffer(photo, edges.data());
     return edges;
 }
 
@@ -118,7 +118,7 @@ std::vector<QRgb> coloursOfEveryLevel()
     for (int grey = 0; grey < 256; ++grey) {
         for (int blue = 0; blue < 256; ++blue) {
             const QRgb colour = qRgb(grey, grey, blue);
-            colours[reference::luminance(colour)] = colour;
+            colours[sketch::reference::luminance(colour)] = colour;
         }
     }
     return colours;
@@ -184,7 +184,7 @@ void EdgeBufferTest::luminanceTruncates()
     QImage photo = uniform(5, 5, qRgb(255, 255, 255));
     photo.setPixel(2, 2, colour);
     QCOMPARE(255 - int(edgesOf(photo)[2 * 5 + 2]), level);
-    QCOMPARE(reference::luminance(colour), level);
+    QCOMPARE(sketch::reference::luminance(colour), level);
 }
 
 void EdgeBufferTest::everySizeEqualsTheReference()
@@ -268,7 +268,7 @@ void EdgeBufferTest::everyLevelAndMaximumEqualsTheReference()
         }
         const Edges edges = edgesOf(photo);
         for (int l = 0; l <= brightest; ++l, ++pairs) {
-            const int expected = 255 - reference::colorDodge(l, 255 - brightest);
+            const int expected = 255 - sketch::reference::colorDodge(l, 255 - brightest);
             const int actual = edges[2 * photo.width() + l * 5 + 2];
             QVERIFY2(actual == expected,
                      qPrintable(QStringLiteral("level %1 of %2: %3 instead of %4")
@@ -302,7 +302,7 @@ void EdgeBufferTest::everyMultipleOfAHundred()
     const Edges edges = edgesOf(photo);
     for (int i = 0; i < width; ++i) {
         const int actual = 255 - edges[2 * photo.width() + 2 + i];
-        const int expected = reference::luminance(colours[i]);
+        const int expected = sketch::reference::luminance(colours[i]);
         QVERIFY2(actual == expected,
                  qPrintable(QStringLiteral("0x%1: %2 instead of %3")
                                 .arg(colours[i], 8, 16)

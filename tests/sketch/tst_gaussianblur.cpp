@@ -3,9 +3,9 @@
 #include <limits>
 #include <vector>
 
-#include "sketch/gaussianblur_reference.h"
-#include "sketch/gaussianblurplan.h"
-#include "tests/sketch/variantmain.h"
+#include "sketch/kernel/gaussianblurplan.h"
+#include "sketch/reference/gaussianblur.h"
+#include "tests/sketch/kernel/variantmain.h"
 #include "tests/support/pictures.h"
 
 namespace {
@@ -68,7 +68,7 @@ QString differenceFromReference(const QImage &picture, int size, double sigma)
     const QImage before = noise(picture.width(), picture.height(), 99);
     QImage source = picture.copy();
     QImage expected = before.copy();
-    reference::blur(&source, &expected, size, sigma);
+    sketch::reference::blur(&source, &expected, size, sigma);
     Misaligned from(picture);
     Misaligned to(before);
     blur(&from.image, &to.image, size, sigma);
@@ -79,7 +79,7 @@ QString differenceFromReference(const QImage &picture, int size, double sigma)
         wrong += QStringLiteral(" changed the source");
 
     QImage expectedInPlace = picture.copy();
-    reference::blur(&expectedInPlace, &expectedInPlace, size, sigma);
+    sketch::reference::blur(&expectedInPlace, &expectedInPlace, size, sigma);
     blur(&from.image, &from.image, size, sigma);
     const QString wrongInPlace = pictures::difference(from.image, expectedInPlace);
     if (!wrongInPlace.isEmpty())

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "sketch/levels_reference.h"
-#include "tests/sketch/variantmain.h"
+#include "sketch/reference/levels.h"
+#include "tests/sketch/kernel/variantmain.h"
 #include "tests/support/pictures.h"
 
 namespace {
@@ -78,7 +78,7 @@ void LevelsTest::everyValueAndLevelPair()
     for (int low = 0; low < 256; ++low) {
         for (int high = 0; high < 256; ++high) {
             for (int value = 0; value < 256; ++value) {
-                const int expected = reference::greyLevel(value, low, high);
+                const int expected = sketch::reference::greyLevel(value, low, high);
                 if (grey(value, low, high) != expected)
                     QFAIL(qPrintable(QStringLiteral("%1 between %2 and %3: %4 instead of %5")
                                          .arg(value)
@@ -130,7 +130,7 @@ void LevelsTest::everySizeEqualsTheReference()
             QImage actual(width, height, QImage::Format_ARGB32);
             QImage expected(width, height, QImage::Format_ARGB32);
             updatePenLevels(actual, edges.data(), 40, 210);
-            reference::updatePenLevels(expected, edges.data(), 40, 210);
+            sketch::reference::updatePenLevels(expected, edges.data(), 40, 210);
             QCOMPARE(pictures::difference(actual, expected), QString());
         }
     }
@@ -144,7 +144,7 @@ void LevelsTest::everyLevelPairEqualsTheReference()
     for (int low = 0; low < 256; ++low) {
         for (int high = 0; high < 256; ++high) {
             updatePenLevels(actual, edges.data(), low, high);
-            reference::updatePenLevels(expected, edges.data(), low, high);
+            sketch::reference::updatePenLevels(expected, edges.data(), low, high);
             QVERIFY2(actual == expected, qPrintable(QStringLiteral("%1, %2").arg(low).arg(high)));
         }
     }
@@ -160,7 +160,7 @@ void LevelsTest::oddStrideEqualsTheReference()
     QImage expected(width, height, QImage::Format_ARGB32);
     const auto edges = ramp(width * height);
     updatePenLevels(actual, edges.data(), 3, 250);
-    reference::updatePenLevels(expected, edges.data(), 3, 250);
+    sketch::reference::updatePenLevels(expected, edges.data(), 3, 250);
     QCOMPARE(pictures::difference(actual, expected), QString());
     QCOMPARE(int(memory[4 + width * 4]), 0x77); // between the rows nothing is written
     QCOMPARE(int(memory[3]), 0x77);

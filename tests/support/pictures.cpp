@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-#include "sketch/edgebuffer_reference.h"
-#include "sketch/levels_reference.h"
+#include "sketch/reference/edgebuffer.h"
+#include "sketch/reference/levels.h"
 
 namespace pictures {
 
@@ -42,8 +42,8 @@ QImage expectedSketch(const QImage &photo, int low, int high)
 {
     QImage sketch = photo.convertToFormat(QImage::Format_ARGB32);
     std::vector<unsigned char> edges(static_cast<std::size_t>(photo.width()) * photo.height());
-    reference::edgeBuffer(sketch, edges.data());
-    reference::updatePenLevels(sketch, edges.data(), low, high);
+    sketch::reference::edgeBuffer(sketch, edges.data());
+    sketch::reference::updatePenLevels(sketch, edges.data(), low, high);
     return sketch;
 }
 

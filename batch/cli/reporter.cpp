@@ -1,0 +1,232 @@
+#include "batch/cli/reporter.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "batch/cli/standardstreams.h"
+
+namespace batch {
+
+namespace {
+
+constexpr int narrowestBar = 4;
+constexpr int widestBar = 40;
+constexpr int barText = 48; // columns for the numbers behind the bar
+
+bool terminalCanRedraw()
+{
+    const char *const terminal = std::getenv("TERM");
+    return isatty(messageDescriptor()) && terminal && *terminal && std::string(terminal) != "dumb";
+}
+
+// See no-color.org: any value that is not empty counts.
+bool wantsColours()
+{
+    const char *const without = std::getenv("NO_COLOR");
+    return !without || !*without;
+}
+
+int terminalColumns()
+{
+    winsize size {};
+    const bool known = ioctl(messageDescriptor(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : 80;
+}
+
+bool writeAll(int descriptor, const std::string &text)
+{
+    for (std::size_t at = 0; at < text.size();) {
+        const ssize_t count = write(descriptor, text.data() + at, text.size() - at);
+        if (count <= 0 && errno != EINTR)
+            return false; // nobody is listening
+        at += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    return true;
+}
+
+const char *statusName(Status status)
+{
+    switch (status) {
+    case Status::Done: return "done";
+    case Status::Planned: return "planned";
+    case Status::Skipped: return "skipped";
+    case Status::Failed: break;
+    }
+    return "failed";
+}
+
+std::string minutes(double seconds)
+{
+    const auto whole = static_cast<long>(seconds + 0.5);
+    char text[32];
+    std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
+    return text;
+}
+
+// A photo's line of text. The names are printable.
+std::string lineFor(const std::string &input, const std::string &output, const PhotoResult &result)
+{
+    switch (result.status) {
+    case Status::Done:
+        return input + " -> " + output + ", " + std::to_string(result.size.width()) + " x "
+            + std::to_string(result.size.height()) + ", " + std::to_string(result.milliseconds)
+            + " ms";
+    case Status::Planned: return input + " -> " + output + (result.replaces ? " (replaced)" : "");
+    case Status::Skipped: return input + ": skipped: " + printable(result.reason);
+    case Status::Failed: break;
+    }
+    return input + ": " + printable(result.reason);
+}
+
+} // namespace
+
+void writeMessage(const std::string &text)
+{
+    writeAll(messageDescriptor(), text);
+}
+
+std::string printable(const std::string &name)
+{
+    std::string text;
+    for (const char letter : name) {
+        const auto code = static_cast<unsigned char>(letter);
+        char octal[8];
+        std::snprintf(octal, sizeof octal, "\\%03o", code);
+        if (letter == '\\')
+            text += "\\\\";
+        else if (letter == '\n')
+            text += "\\n";
+        else if (letter == '\t')
+            text += "\\t";
+        else if (code < 0x20 || code == 0x7f)
+            text += octal;
+        else
+            text += letter;
+    }
+    return text;
+}
+
+Reporter::Reporter(const Options &options)
+    : m_options(options)
+    , m_showsBar(!options.quiet && !options.dryRun && terminalCanRedraw())
+    , m_colours(wantsColours())
+{
+    m_clock.start();
+}
+
+void Reporter::begin(std::size_t photos)
+{
+    const std::lock_guard guard(m_lock);
+    m_total = photos;
+    drawBar();
+}
+
+void Reporter::note(const std::string &line)
+{
+    const std::lock_guard guard(m_lock);
+    if (m_options.verbose)
+        writeLine(line);
+}
+
+void Reporter::photo(const std::string &input, const std::string &output, const PhotoResult &result)
+{
+    const std::lock_guard guard(m_lock);
+    ++m_ended;
+    ++m_counts[static_cast<int>(result.status)];
+    if (result.status == Status::Done)
+        m_megapixels += double(result.size.width()) * result.size.height() / 1e6;
+    const bool isWanted = result.status == Status::Failed
+        || (!m_options.quiet && (m_options.verbose || m_options.dryRun));
+    if (m_options.json)
+        writeJson(input, output, result);
+    if (isWanted)
+        writeLine(lineFor(printable(input), printable(output), result));
+    drawBar();
+}
+
+void Reporter::writeJson(const std::string &input, const std::string &output,
+                         const PhotoResult &result)
+{
+    QJsonObject object {
+        {QStringLiteral("input"), QString::fromStdString(input)},
+        {QStringLiteral("output"), QString::fromStdString(output)},
+        {QStringLiteral("status"), QLatin1String(statusName(result.status))},
+        {QStringLiteral("reason"), QString::fromStdString(result.reason)},
+        {QStringLiteral("milliseconds"), result.milliseconds},
+        {QStringLiteral("width"), std::max(result.size.width(), 0)},
+        {QStringLiteral("height"), std::max(result.size.height(), 0)},
+    };
+    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+    m_lostJson |= !writeAll(STDOUT_FILENO, line.toStdString());
+}
+
+bool Reporter::end()
+{
+    const std::lock_guard guard(m_lock);
+    clearBar();
+    if (m_lostJson)
+        writeLine("-: cannot write all of the JSON to standard output");
+    const bool isWanted = m_options.verbose || (m_showsBar && m_total > 1);
+    if (isWanted)
+        writeLine(totals());
+    return !m_lostJson;
+}
+
+std::string Reporter::totals() const
+{
+    const auto count = [&](Status status) {
+        return std::to_string(m_counts[static_cast<int>(status)]) + " " + statusName(status);
+    };
+    return count(Status::Done) + ", " + count(Status::Skipped) + ", " + count(Status::Failed);
+}
+
+void Reporter::silence()
+{
+    // Never unlocked again.
+    if (m_lock.try_lock_for(std::chrono::milliseconds(200)))
+        clearBar();
+}
+
+void Reporter::writeLine(const std::string &line)
+{
+    clearBar();
+    writeMessage(line + '\n');
+}
+
+void Reporter::clearBar()
+{
+    if (m_barIsDrawn)
+        writeMessage("\r\x1b[K");
+    m_barIsDrawn = false;
+}
+
+void Reporter::drawBar()
+{
+    if (!m_showsBar || m_total == 0)
+        return;
+    const int width = std::clamp(terminalColumns() - barText, narrowestBar, widestBar);
+    const auto filled = static_cast<std::size_t>(width) * m_ended / m_total;
+    const double seconds = std::max<qint64>(m_clock.elapsed(), 1) / 1e3;
+    std::string bar = std::string(filled, '#') + std::string(width - filled, '.');
+    if (m_colours)
+        bar = "\x1b[32m" + bar + "\x1b[0m";
+    std::string text = "\r[" + bar + "] " + std::to_string(m_ended) + "/" + std::to_string(m_total);
+    if (m_ended > 0) {
+        char speed[32];
+        std::snprintf(speed, sizeof speed, ", %.0f MP/s, ", m_megapixels / seconds);
+        const auto left = static_cast<double>(m_total - m_ended);
+        text += speed + minutes(seconds * left / static_cast<double>(m_ended)) + " left";
+    }
+    writeMessage(text + "\x1b[K");
+    m_barIsDrawn = true;
+}
+
+} // namespace batch

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QSize>
+
+#include <vector>
+
+#include "photo/photoinput.h"
+
+namespace photo {
+
+// A TIFF structure as EXIF files carry it, without any introduction; may be empty.
+using ExifBlock = std::vector<unsigned char>;
+
+// The EXIF data of a photo as they are true of its sketch: without thumbnail,
+// without what describes the layout of the photo's own file, and, where the
+// sketch was turned upright, with the orientation and size that it has now.
+// Empty when there are none, or none that can be read: they are no reason to
+// fail. What would not fit into capacity bytes loses the maker's notes first.
+ExifBlock exifForSketch(PhotoInput &photo, QSize sketchSize, bool isUpright, std::size_t capacity);
+
+} // namespace photo

@@ -1,0 +1,87 @@
+#include "photo/memorybudget.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QList>
+
+#include <algorithm>
+#include <limits>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace photo {
+
+namespace {
+
+constexpr qint64 unknown = std::numeric_limits<qint64>::max();
+
+// Of each pixel at the worst moment, a slider step on a photo with transparency
+// that was turned upright: the photo (4 bytes), its pixmap (4), what the decoder
+// and the turning took and may not have given back (4), the white margin (4), the
+// sketch and the one before it, where a host keeps that (8), and the edge buffer
+// (1), with one byte to spare.
+constexpr qint64 bytesPerPixel = 26;
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The number behind a label in a /proc table, in bytes ("MemAvailable:  12 kB").
+qint64 procKilobytes(const QByteArray &table, const QByteArray &label)
+{
+    const qsizetype at = table.indexOf(label);
+    if (at < 0)
+        return unknown;
+    const QByteArray rest = table.mid(at + label.size(), 40).simplified();
+    return rest.left(rest.indexOf(' ')).toLongLong() * 1024;
+}
+
+qint64 machineMemory()
+{
+    const qint64 available =
+        procKilobytes(contents(QStringLiteral("/proc/meminfo")), "MemAvailable:");
+    if (available != unknown)
+        return available;
+    return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
+}
+
+// What the process's own control group leaves, where it has a limit.
+qint64 controlGroupMemory()
+{
+    const QByteArray line = contents(QStringLiteral("/proc/self/cgroup")).trimmed();
+    if (!line.startsWith("0::"))
+        return unknown;
+    const QString group = QStringLiteral("/sys/fs/cgroup") + QString::fromUtf8(line.mid(3));
+    bool limited = false;
+    const qint64 limit =
+        contents(group + QStringLiteral("/memory.max")).trimmed().toLongLong(&limited);
+    const qint64 used = contents(group + QStringLiteral("/memory.current")).trimmed().toLongLong();
+    return limited ? limit - used : unknown;
+}
+
+// What an address-space limit ("ulimit -v") leaves.
+qint64 addressSpace()
+{
+    rlimit limit {};
+    if (getrlimit(RLIMIT_AS, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY)
+        return unknown;
+    const qint64 used = procKilobytes(contents(QStringLiteral("/proc/self/status")), "VmSize:");
+    return static_cast<qint64>(limit.rlim_cur) - (used == unknown ? 0 : used);
+}
+
+} // namespace
+
+qint64 availableMemory()
+{
+    const qint64 least = std::min({machineMemory(), controlGroupMemory(), addressSpace()});
+    return std::max<qint64>(least, 0);
+}
+
+qint64 photoMemoryNeed(qint64 width, qint64 height)
+{
+    return width * height * bytesPerPixel;
+}
+
+} // namespace photo

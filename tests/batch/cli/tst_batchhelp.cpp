@@ -1,0 +1,180 @@
+#include "tests/batch/batchprocess.h"
+#include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
+
+class tst_BatchHelp : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void wrongUsage_data();
+    void wrongUsage();
+    void helpStartsWithExamplesAndFitsAScreen();
+    void version();
+    void shellsReadTheCompletions_data();
+    void shellsReadTheCompletions();
+    void manualNamesEveryOption();
+};
+
+void tst_BatchHelp::wrongUsage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("message");
+
+    using List = QStringList;
+    QTest::newRow("no photo") << List {} << QByteArray("no photo given");
+    QTest::newRow("unknown option") << List {"--frobnicate", "a.jpg"} << QByteArray("--frobnicate");
+    QTest::newRow("unknown letter") << List {"-z", "a.jpg"} << QByteArray("-z");
+    QTest::newRow("missing argument") << List {"a.jpg", "--black"} << QByteArray("--black");
+    for (const char *value : {"256", "-1", "x", "", "1.5", "99999999999"}) {
+        QTest::addRow("black level '%s'", value)
+            << List {"--black", value, "a.jpg"} << QByteArray("0 to 255");
+        QTest::addRow("white level '%s'", value)
+            << List {"--white", value, "a.jpg"} << QByteArray("0 to 255");
+    }
+    for (const char *value : {"0", "101", "best"}) {
+        QTest::addRow("quality '%s'", value)
+            << List {"--quality", value, "a.jpg"} << QByteArray("1 to 100");
+    }
+    for (const char *value : {"0", "-2", "many"})
+        QTest::addRow("jobs '%s'", value) << List {"-j", value, "a.jpg"} << QByteArray("1 to 1024");
+    for (const char *value : {"0", "12X", "G", "1GG", "-1G", "99999999T"}) {
+        QTest::addRow("memory '%s'", value)
+            << List {"--max-memory", value, "a.jpg"} << QByteArray("needs a size");
+    }
+    QTest::newRow("unknown format")
+        << List {"--format", "gif", "a.jpg"} << QByteArray("jpg or png");
+    QTest::newRow("unknown suffix") << List {"-o", "b.bmp", "a.jpg"} << QByteArray("must end in");
+    QTest::newRow("format against suffix")
+        << List {"-o", "b.jpg", "--format", "png", "a.jpg"} << QByteArray("different formats");
+    QTest::newRow("one output for two photos")
+        << List {"-o", "c.jpg", "a.jpg", "b.jpg"} << QByteArray("for one photo");
+    QTest::newRow("output and folder")
+        << List {"-o", "c.jpg", "--output-dir", "d", "a.jpg"} << QByteArray("exclude");
+    QTest::newRow("output is a folder")
+        << List {"-o", ".", "a.jpg"} << QByteArray("names a folder");
+    QTest::newRow("folder without output folder") << List {"."} << QByteArray("needs --output-dir");
+    QTest::newRow("null without a list") << List {"--null", "a.jpg"} << QByteArray("--files-from");
+    QTest::newRow("folders kept nowhere")
+        << List {"--keep-folders", "a.jpg"} << QByteArray("--output-dir");
+    QTest::newRow("folders kept above the folder")
+        << List {"--keep-folders", "--output-dir", "d", "../a.jpg"} << QByteArray("above");
+    QTest::newRow("missing list") << List {"--files-from", "none"} << QByteArray("cannot be read");
+    QTest::newRow("list is a folder") << List {"--files-from", "."} << QByteArray("cannot be read");
+    QTest::newRow("overwrite and skip")
+        << List {"--overwrite", "--skip-existing", "a.jpg"} << QByteArray("only one of");
+    QTest::newRow("skip and newer")
+        << List {"--skip-existing", "--newer", "a.jpg"} << QByteArray("only one of");
+    QTest::newRow("quiet and verbose") << List {"-q", "-v", "a.jpg"} << QByteArray("exclude");
+    QTest::newRow("standard input and a photo") << List {"-", "a.jpg"} << QByteArray("only photo");
+    QTest::newRow("standard input into a folder")
+        << List {"-", "--output-dir", "d"} << QByteArray("no name");
+    QTest::newRow("picture and JSON") << List {"-o", "-", "--json", "a.jpg"} << QByteArray("both");
+    QTest::newRow("overwriting standard output")
+        << List {"-o", "-", "--overwrite", "a.jpg"} << QByteArray("not for");
+    QTest::newRow("empty name") << List {""} << QByteArray("empty");
+}
+
+void tst_BatchHelp::wrongUsage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, message);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto outcome = batch.run(arguments);
+    COMPARE_EXIT(outcome, 2);
+    QVERIFY2(outcome.errors.contains(message), outcome.errors.constData());
+    QVERIFY(outcome.errors.startsWith("crayvell-batch: "));
+    QCOMPARE(outcome.output, QByteArray());
+    QCOMPARE(batch.files(), QStringList {"a.jpg"});
+}
+
+void tst_BatchHelp::helpStartsWithExamplesAndFitsAScreen()
+{
+    BatchProcess batch;
+    const auto outcome = batch.run({"--help"});
+    COMPARE_EXIT(outcome, 0);
+    QList<QByteArray> lines = outcome.output.split('\n');
+    QVERIFY(lines.takeLast().isEmpty());
+    QVERIFY2(lines.size() <= 24, QByteArray::number(lines.size()).constData());
+    for (int i = 0; i < 3; ++i)
+        QVERIFY2(lines.at(i).startsWith("crayvell-batch "), lines.at(i).constData());
+    for (const QByteArray &line : lines)
+        QVERIFY2(line.size() <= 80, line.constData());
+    QCOMPARE(batch.run({"-h"}).output, outcome.output);
+}
+
+void tst_BatchHelp::version()
+{
+    BatchProcess batch;
+    const auto outcome = batch.run({"--version"});
+    COMPARE_EXIT(outcome, 0);
+    QVERIFY(outcome.output.startsWith("crayvell-batch "));
+}
+
+void tst_BatchHelp::shellsReadTheCompletions_data()
+{
+    QTest::addColumn<QString>("shell");
+    QTest::addColumn<QStringList>("arguments");
+
+    const QString texts = QStringLiteral(CRAYVELL_BATCH_TEXTS) + u'/';
+    QTest::newRow("bash") << "bash" << QStringList {"-n", texts + "crayvell-batch.bash"};
+    QTest::newRow("zsh") << "zsh" << QStringList {"-n", texts + "_crayvell-batch"};
+    QTest::newRow("fish") << "fish" << QStringList {"-n", texts + "crayvell-batch.fish"};
+    QTest::newRow("bash completes an option")
+        << "bash"
+        << QStringList {"-c",
+                        "_init_completion() { cur=--over prev=crayvell-batch; }; . " + texts
+                            + "crayvell-batch.bash; _crayvell_batch;"
+                              " test \"${COMPREPLY[*]}\" = --overwrite"};
+    QTest::newRow("bash completes a format")
+        << "bash"
+        << QStringList {"-c",
+                        "_init_completion() { cur=p prev=--format; }; . " + texts
+                            + "crayvell-batch.bash; _crayvell_batch;"
+                              " test \"${COMPREPLY[*]}\" = png"};
+    QTest::newRow("fish completes an option")
+        << "fish"
+        << QStringList {"-c",
+                        "source " + texts
+                            + "crayvell-batch.fish; complete -C 'crayvell-batch --skip'"
+                              " | string match -q -- '--skip-existing*'"};
+    QTest::newRow("man")
+        << "man"
+        << QStringList {
+               "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", texts + "crayvell-batch.1"};
+}
+
+void tst_BatchHelp::shellsReadTheCompletions()
+{
+    QFETCH(QString, shell);
+    QFETCH(QStringList, arguments);
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        QSKIP(qPrintable(shell + " is not installed"));
+    QProcess process;
+    process.start(shell, arguments);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void tst_BatchHelp::manualNamesEveryOption()
+{
+    QFile manual(QStringLiteral(CRAYVELL_BATCH_TEXTS) + "/crayvell-batch.1");
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QByteArray text = manual.readAll();
+    BatchProcess batch;
+    const QString help = QString::fromUtf8(batch.run({"--help"}).output);
+    static const QRegularExpression option(QStringLiteral("--[a-z-]+"));
+    int count = 0;
+    for (auto matches = option.globalMatch(help.section("PHOTO|FOLDER", 1)); matches.hasNext();) {
+        const QString name = matches.next().captured();
+        QVERIFY2(text.contains("\\fB" + name.toUtf8().replace("-", "\\-") + "\\fR"),
+                 qPrintable(name));
+        ++count;
+    }
+    QVERIFY(count > 20);
+}
+
+CRAYVELL_TEST_MAIN(tst_BatchHelp)
+#include "tst_batchhelp.moc"

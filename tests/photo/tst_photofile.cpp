@@ -1,0 +1,213 @@
+#include "photo/photofile.h"
+
+#include <QElapsedTimer>
+#include <QImageReader>
+
+#include "photo/memorybudget.h"
+#include "tests/support/jpegfile.h"
+#include "tests/support/pictures.h"
+#include "tests/support/pngfile.h"
+#include "tests/support/process.h"
+#include "tests/support/testmain.h"
+
+namespace {
+
+// Four quarters: red, green over blue, white.
+QImage quarters()
+{
+    QImage image(64, 32, QImage::Format_RGB32);
+    for (int y = 0; y < 32; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            const QRgb upper = x < 32 ? qRgb(255, 0, 0) : qRgb(0, 255, 0);
+            const QRgb lower = x < 32 ? qRgb(0, 0, 255) : qRgb(255, 255, 255);
+            image.setPixel(x, y, y < 16 ? upper : lower);
+        }
+    }
+    return image;
+}
+
+char nameOf(QRgb colour)
+{
+    const bool red = qRed(colour) > 128;
+    const bool green = qGreen(colour) > 128;
+    return red && green ? 'w' : red ? 'r' : green ? 'g' : 'b';
+}
+
+// The colours of the quarters, row by row.
+QByteArray quartersOf(const QImage &image)
+{
+    const int x = image.width() / 4;
+    const int y = image.height() / 4;
+    QByteArray names;
+    for (const QPoint point :
+         {QPoint(x, y), QPoint(3 * x, y), QPoint(x, 3 * y), QPoint(3 * x, 3 * y)})
+        names += nameOf(image.pixel(point));
+    return names;
+}
+
+} // namespace
+
+class PhotoFileTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void orientation_data();
+    void orientation();
+    void nameForDoubleResolution();
+    void hugePhotoOpens();
+    void textsAreNoHindrance();
+    void bombIsRefusedAtOnce_data();
+    void bombIsRefusedAtOnce();
+    void photoBeyondTheMemoryIsRefused();
+    void memoryBoundIsTheMachines();
+    void allocationLimitIsGivenBack();
+    void canonicalDirectoryOf_data();
+    void canonicalDirectoryOf();
+
+private:
+    QString put(const QString &name, const QByteArray &content)
+    {
+        QFile file(m_folder.filePath(name));
+        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write a test file");
+        return file.fileName();
+    }
+
+    QTemporaryDir m_folder;
+};
+
+void PhotoFileTest::orientation_data()
+{
+    QTest::addColumn<int>("tag");
+    QTest::addColumn<QByteArray>("upright");
+    QTest::newRow("no tag") << 0 << QByteArray("rgbw");
+    QTest::newRow("1, as stored") << 1 << QByteArray("rgbw");
+    QTest::newRow("2, mirrored left to right") << 2 << QByteArray("grwb");
+    QTest::newRow("3, upside down") << 3 << QByteArray("wbgr");
+    QTest::newRow("4, mirrored top to bottom") << 4 << QByteArray("bwrg");
+    QTest::newRow("5, transposed") << 5 << QByteArray("rbgw");
+    QTest::newRow("6, to be turned clockwise") << 6 << QByteArray("brwg");
+    QTest::newRow("7, transversed") << 7 << QByteArray("wgbr");
+    QTest::newRow("8, to be turned anticlockwise") << 8 << QByteArray("gwrb");
+}
+
+void PhotoFileTest::orientation()
+{
+    QFETCH(int, tag);
+    QFETCH(QByteArray, upright);
+    const QImage photo =
+        photo::readPhoto(put(QStringLiteral("turned.jpg"), jpegFile(quarters(), tag))).image;
+    QCOMPARE(photo.size(), tag < 5 ? QSize(64, 32) : QSize(32, 64));
+    QCOMPARE(photo.format(), QImage::Format_ARGB32);
+    QCOMPARE(quartersOf(photo), upright);
+}
+
+void PhotoFileTest::nameForDoubleResolution()
+{
+    const QString path = m_folder.filePath(QStringLiteral("beach@2x.png"));
+    QVERIFY(pictures::noise(30, 20).save(path));
+    const QImage photo = photo::readPhoto(path).image;
+    QCOMPARE(photo.devicePixelRatio(), 1.0);
+    QCOMPARE(QPixmap::fromImage(photo).deviceIndependentSize(), QSizeF(30, 20));
+    QCOMPARE(pictures::difference(photo, pictures::noise(30, 20)), QString());
+}
+
+// 108 megapixels take 432 MB, more than the toolkit's own limit.
+void PhotoFileTest::hugePhotoOpens()
+{
+    const QSize size(12000, 9000);
+    if (photo::availableMemory() < photo::photoMemoryNeed(size.width(), size.height()))
+        QSKIP("this machine has too little memory for 108 megapixels");
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(qRgb(200, 100, 50));
+    const QString path = put(QStringLiteral("huge.jpg"), jpegFile(image));
+    image = QImage();
+    QVERIFY(QImageReader::allocationLimit() < 432);
+    const QImage photo = photo::readPhoto(path).image;
+    QCOMPARE(photo.size(), size);
+    QVERIFY(qAbs(qRed(photo.pixel(11999, 8999)) - 200) < 4);
+}
+
+void PhotoFileTest::textsAreNoHindrance()
+{
+    const QString path = put(QStringLiteral("texts.png"), pngWithTexts(4));
+    QCOMPARE(photo::readPhoto(path).image.pixel(0, 0), qRgb(255, 255, 255));
+}
+
+void PhotoFileTest::bombIsRefusedAtOnce_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("one bit a pixel") << pngHeader(900000, 900000, 1, 0);
+    QTest::newRow("colour") << pngHeader(300000, 300000, 8, 2);
+    QTest::newRow("sixteen bits, alpha") << pngHeader(200000, 200000, 16, 6);
+    QTest::newRow("texts") << pngWithTexts(60);
+    QByteArray pixmap("P6 400000 400000 255\n");
+    QTest::newRow("portable pixmap") << pixmap;
+}
+
+void PhotoFileTest::bombIsRefusedAtOnce()
+{
+    QFETCH(QByteArray, file);
+    const QString path = put(QStringLiteral("bomb.png"), file);
+    const qint64 before = process::peakResidentMemory();
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(photo::readPhoto(path).image.isNull());
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(process::peakResidentMemory() - before < 20'000'000);
+}
+
+// The bound follows the machine: with less memory the same photo is refused.
+void PhotoFileTest::photoBeyondTheMemoryIsRefused()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer needs the whole address space");
+    QImage image(3000, 2000, QImage::Format_RGB32);
+    image.fill(Qt::gray);
+    const QString path = put(QStringLiteral("large.jpg"), jpegFile(image));
+    const qint64 need = photo::photoMemoryNeed(3000, 2000);
+    {
+        const process::ResourceLimit limit(RLIMIT_AS, process::addressSpace() + need / 2);
+        QVERIFY(photo::availableMemory() <= need / 2);
+        QVERIFY(photo::readPhoto(path).image.isNull());
+    }
+    QCOMPARE(photo::readPhoto(path).image.size(), QSize(3000, 2000));
+}
+
+void PhotoFileTest::memoryBoundIsTheMachines()
+{
+    const qint64 physical = static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
+    QVERIFY(photo::availableMemory() > 0);
+    QVERIFY(photo::availableMemory() <= physical);
+}
+
+void PhotoFileTest::allocationLimitIsGivenBack()
+{
+    const int before = QImageReader::allocationLimit();
+    photo::readPhoto(put(QStringLiteral("small.jpg"), jpegFile(quarters())));
+    QCOMPARE(QImageReader::allocationLimit(), before);
+}
+
+void PhotoFileTest::canonicalDirectoryOf_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("exists");
+    QTest::newRow("a file") << QStringLiteral("there.txt") << true;
+    QTest::newRow("a missing file") << QStringLiteral("missing.txt") << false;
+    QTest::newRow("a file in a missing folder") << QStringLiteral("gone/missing.txt") << false;
+}
+
+void PhotoFileTest::canonicalDirectoryOf()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, exists);
+    put(QStringLiteral("there.txt"), "x");
+    QCOMPARE(photo::canonicalDirectory(m_folder.filePath(name)),
+             exists ? QDir(m_folder.path()).canonicalPath() : QString());
+    QCOMPARE(photo::canonicalDirectory(QString()), QString());
+    QCOMPARE(photo::canonicalDirectory(QStringLiteral("nowhere-to-be-found")), QString());
+}
+
+CRAYVELL_TEST_MAIN(PhotoFileTest)
+#include "tst_photofile.moc"

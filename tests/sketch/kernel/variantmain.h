@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdio>
+
+#include "sketch/kernel/instructionsets.h"
+#include "tests/support/testmain.h"
+
+// Runs the tests of one class once for every instruction set that the kernels
+// are built for and the machine has; 0 when none failed.
+template <typename Tests> int runForEveryVariant(int argc, char **argv)
+{
+    int failures = 0;
+    for (const std::string &name : sketch::variantNames()) {
+        std::printf("variant %s\n", name.c_str());
+        std::fflush(stdout);
+        sketch::useVariant(name);
+        Tests tests;
+        failures += QTest::qExec(&tests, argc, argv);
+    }
+    return failures == 0 ? 0 : 1; // 256 of them would be no exit code
+}
+
+// A program that does.
+#define CRAYVELL_VARIANT_TEST_MAIN(Tests) \
+    int main(int argc, char **argv) \
+    { \
+        return runInTestApplication(argc, argv, \
+                                    [&] { return runForEveryVariant<Tests>(argc, argv); }); \
+    }
