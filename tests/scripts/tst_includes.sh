@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# The rules of cmake/CheckIncludes.cmake: this tree keeps them, and trees that do not
+# are found out, each with a line that says why.
+set -euo pipefail
+tree=$1
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+    printf 'FAILED: %s\n' "$*" >&2
+    exit 1
+}
+
+check() {
+    cmake -D TOP="$1" -P "$tree/cmake/CheckIncludes.cmake" 2>&1
+}
+
+check "$tree" || fail "this tree breaks its own rules"
+
+# refuses FILE INCLUDE REASON: an include that must not be there.
+refuses() {
+    local top=$scratch/tree
+    rm -rf "$top"
+    mkdir -p "$top/$(dirname "$1")"
+    printf '#include %s\n' "$2" >"$top/$1"
+    local told
+    if told=$(check "$top"); then
+        fail "$1 may include $2"
+    fi
+    # Messages are wrapped.
+    told=$(tr -s ' \n' ' ' <<<"$told")
+    [[ $told == *"$1 includes "*"$3"* ]] || fail "$1 includes $2: not said why, but: $told"
+}
+
+# takes FILE INCLUDE: an include that is in order.
+takes() {
+    local top=$scratch/tree
+    rm -rf "$top"
+    mkdir -p "$top/$(dirname "$1")"
+    printf '#include %s\n' "$2" >"$top/$1"
+    check "$top" >/dev/null || fail "$1 may not include $2"
+}
+
+refuses sketch/kernel/a.cpp '<QImage>' "the kernels know no toolkit"
+refuses sketch/kernel/a.h '"sketch/levels.h"' "may include nothing else of the tree"
+refuses sketch/a.cpp '"photo/photofile.h"' "sketch/ may include sketch/kernel"
+refuses sketch/a.cpp '"sketch/reference/levels.h"' "sketch/ may include sketch/kernel"
+refuses photo/a.cpp '"photo/decode/jpegdecoder.h"' "may include nothing else of the tree"
+refuses photo/decode/a.cpp '"photo/encode/jpegencoder.h"' "photo/decode/ may include photo"
+refuses canvas/a.cpp '"app/mainwindow.h"' "canvas/ may include nothing"
+refuses app/a.cpp '"batch/plan.h"' "app/ may include sketch, canvas, photo"
+refuses app/a.cpp '"sketch/kernel/edgekernel.h"' "app/ may include sketch, canvas, photo"
+refuses batch/a.cpp '"app/mainwindow.h"' "batch/ may include"
+refuses batch/cli/a.cpp '"batch/plan.h"' "batch/cli/ may include nothing"
+refuses batch/a.cpp '"tests/support/pictures.h"' "know nothing of their tests"
+refuses batch/a.cpp '"plan.h"' "must begin with a folder of the tree"
+takes app/a.cpp '"sketch/levels.h"'
+takes app/a.cpp '"ui_mainwindow.h"'
+takes batch/a.cpp '"photo/decode/photodecoder.h"'
+takes batch/cli/a.cpp '<QString>'
+takes sketch/kernel/a.cpp '<hwy/highway.h>'
+printf 'the rules of includes hold\n'
