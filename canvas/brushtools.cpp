@@ -7,7 +7,7 @@
 
 void TarnGraphicsView::pressBrush(QMouseEvent *event, int size)
 {
-    const QRect rect = brushRectangle(*this, event->position().toPoint(), size >> 1);
+    const QRect rect = canvas::brushRectangle(*this, event->position().toPoint(), size >> 1);
     if (scene()->sceneRect().contains(QRectF(rect)))
         emit AnyBrush(rect, true);
 }
@@ -17,7 +17,7 @@ void TarnGraphicsView::pressBrush(QMouseEvent *event, int size)
 void TarnGraphicsView::moveBrush(QMouseEvent *event, int size)
 {
     const QPoint position = event->position().toPoint();
-    const QRect rect = brushRectangle(*this, position, size >> 1);
+    const QRect rect = canvas::brushRectangle(*this, position, size >> 1);
     followInsideScene(QRectF(rect));
     if (!mousePressed)
         return;

@@ -17,8 +17,8 @@ void TarnGraphicsView::HandMouseMoved(QMouseEvent *event)
     const QPoint position = event->position().toPoint();
     // Both ends are mapped now: a host that has scrolled or zoomed since the
     // last step must not see its own movement in this one.
-    const QPoint to = roundedPoint(mapToScene(position));
-    const QPoint from = roundedPoint(mapToScene(lastPos));
+    const QPoint to = canvas::roundedPoint(mapToScene(position));
+    const QPoint from = canvas::roundedPoint(mapToScene(lastPos));
     emit HandTool(from, to);
     lastPos = position;
 }

@@ -26,7 +26,7 @@ QPen stampPen(const QColor &colour)
 // 0 are left out: the rule is made for scenes that start at the origin.
 bool takesStamp(const QRectF &sceneRect, QPointF position)
 {
-    const QPoint point = truncatedPoint(position);
+    const QPoint point = canvas::truncatedPoint(position);
     return point.x() > 0 && point.y() > 0 && sceneRect.width() > point.x()
         && sceneRect.height() > point.y();
 }
@@ -56,7 +56,7 @@ void TarnGraphicsView::RemoveMarkerMouseMoved(QMouseEvent *event)
 void TarnGraphicsView::BlueMarkerMouseMoved(QMouseEvent *event)
 {
     const QPoint position = event->position().toPoint();
-    const QRectF disc(brushRectangle(*this, position, blueMarkerSize >> 1));
+    const QRectF disc(canvas::brushRectangle(*this, position, blueMarkerSize >> 1));
     followInsideScene(disc);
     if (!mousePressed || !takesStamp(scene()->sceneRect(), mapToScene(position)))
         return;

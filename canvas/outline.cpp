@@ -38,7 +38,7 @@ void TarnGraphicsView::showOutline(const QRectF &rect)
 
 void TarnGraphicsView::addOutline()
 {
-    cursorItem = new TrackedItem<QGraphicsEllipseItem>(life, cursorItem);
+    cursorItem = new canvas::TrackedItem<QGraphicsEllipseItem>(life, cursorItem);
     cursorItem->setPen(QPen(Qt::black, 0)); // one device pixel at any zoom
     cursorItem->setZValue(outlineZ);
     scene()->addItem(cursorItem);

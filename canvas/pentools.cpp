@@ -34,7 +34,7 @@ void TarnGraphicsView::PenMousePressed(QMouseEvent *event)
         return;
     QPainterPath path;
     path.moveTo(mapToScene(event->position().toPoint()));
-    pathItem = new TrackedItem<QGraphicsPathItem>(life, pathItem);
+    pathItem = new canvas::TrackedItem<QGraphicsPathItem>(life, pathItem);
     pathItem->setPath(path);
     pathItem->setPen(strokePen());
     scene()->addItem(pathItem);

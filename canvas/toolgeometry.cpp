@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace canvas {
+
 namespace {
 
 // Half of what an int holds: the sum of a position and a size still fits.
@@ -47,3 +49,5 @@ QRect brushRectangle(const QGraphicsView &view, QPoint position, int halfSize)
     const QPoint size = truncatedPoint(far - near);
     return {truncatedPoint(near), QSize(size.x(), size.y())};
 }
+
+} // namespace canvas

@@ -7,6 +7,8 @@
 
 class QGraphicsView;
 
+namespace canvas {
+
 // How the tools turn floating scene coordinates into whole ones. All of it
 // truncates towards zero unless it says "rounded", and rounds halves towards
 // positive infinity (2.5 gives 3, -2.5 gives -2): the toolkit's own
@@ -26,3 +28,5 @@ QRect roundedRect(const QRectF &rect);
 // each side of a viewport position. Corner and size are truncated, so a view
 // that is rotated or mirrored may give a negative width or height.
 QRect brushRectangle(const QGraphicsView &view, QPoint position, int halfSize);
+
+} // namespace canvas

@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+namespace canvas {
+
 // A scene item that a canvas points to while the scene owns it. Whoever
 // deletes the item, a scene that is cleared or destroyed above all, the
 // pointer becomes null with it, unless it has come to mean another item.
@@ -28,3 +30,5 @@ private:
     std::weak_ptr<void> life; // expired: the pointer is gone too
     Item *&pointer;
 };
+
+} // namespace canvas

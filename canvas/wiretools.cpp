@@ -11,7 +11,8 @@ constexpr int pickHalfSize = 5; // viewport pixels; no setting changes it
 
 QRect pickRectangle(const QGraphicsView &view, QPoint position)
 {
-    return brushRectangle(view, position, pickHalfSize) & roundedRect(view.scene()->sceneRect());
+    return canvas::brushRectangle(view, position, pickHalfSize)
+        & canvas::roundedRect(view.scene()->sceneRect());
 }
 
 } // namespace

@@ -53,10 +53,10 @@ void ToolGeometryTest::points()
     QFETCH(double, coordinate);
     QFETCH(int, truncated);
     QFETCH(int, rounded);
-    QCOMPARE(truncatedPoint({coordinate, 1}), QPoint(truncated, 1));
-    QCOMPARE(truncatedPoint({1, coordinate}), QPoint(1, truncated));
-    QCOMPARE(roundedPoint({coordinate, 1}), QPoint(rounded, 1));
-    QCOMPARE(roundedPoint({1, coordinate}), QPoint(1, rounded));
+    QCOMPARE(canvas::truncatedPoint({coordinate, 1}), QPoint(truncated, 1));
+    QCOMPARE(canvas::truncatedPoint({1, coordinate}), QPoint(1, truncated));
+    QCOMPARE(canvas::roundedPoint({coordinate, 1}), QPoint(rounded, 1));
+    QCOMPARE(canvas::roundedPoint({1, coordinate}), QPoint(1, rounded));
 }
 
 void ToolGeometryTest::rectangles_data()
@@ -78,7 +78,7 @@ void ToolGeometryTest::rectangles()
 {
     QFETCH(QRectF, exact);
     QFETCH(QRect, expected);
-    QCOMPARE(roundedRect(exact), expected);
+    QCOMPARE(canvas::roundedRect(exact), expected);
 }
 
 void ToolGeometryTest::brushes_data()
@@ -119,7 +119,7 @@ void ToolGeometryTest::brushes()
     view.scale(zoom, zoom);
     view.horizontalScrollBar()->setValue(view.horizontalScrollBar()->minimum());
     view.verticalScrollBar()->setValue(view.verticalScrollBar()->minimum());
-    QCOMPARE(brushRectangle(view, position, halfSize), expected);
+    QCOMPARE(canvas::brushRectangle(view, position, halfSize), expected);
 }
 
 // The corner taken is the pointer's upper left on the screen, wherever that
@@ -130,7 +130,7 @@ void ToolGeometryTest::rotatedBrush()
     QGraphicsView view(&scene);
     view.setAlignment(Qt::AlignLeft | Qt::AlignTop);
     view.rotate(90); // viewport (x, y) shows scene (y, 40 - x)
-    QCOMPARE(brushRectangle(view, {15, 30}, 5), QRect(25, 30, 10, -10));
+    QCOMPARE(canvas::brushRectangle(view, {15, 30}, 5), QRect(25, 30, 10, -10));
 }
 
 CRAYVELL_TEST_MAIN(ToolGeometryTest)
