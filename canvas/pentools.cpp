@@ -47,11 +47,14 @@ void TarnGraphicsView::PenMouseMoved(QMouseEvent *event)
     if (!mousePressed || !pathItem)
         return;
     reportProgress("mouse moved");
-    if (pathItem && pathItem->path().isEmpty())
+    if (!pathItem)
+        return;
+    // Taken before the next text: what its receiver gives the stroke is lost.
+    QPainterPath path = pathItem->path();
+    if (path.isEmpty())
         reportProgress("path empty");
     if (!pathItem)
         return;
-    QPainterPath path = pathItem->path();
     path.lineTo(mapToScene(event->position().toPoint()));
     pathItem->setPath(path);
     pathItem->setPen(strokePen());

@@ -53,6 +53,8 @@ private slots:
     void aNewStrokeForgetsTheOldOne();
     void clippedFlagIsReported();
     void everyMoveRestoresTheLook();
+    void receiversOfTexts_data();
+    void receiversOfTexts();
 
     void eraserTakesRectanglesAndEllipses_data();
     void eraserTakesRectanglesAndEllipses();
@@ -207,6 +209,34 @@ void PenToolsTest::everyMoveRestoresTheLook()
     stage.move({50, 20});
     QCOMPARE(stage.view.pathItem->zValue(), 10.0);
     QCOMPARE(stage.view.pathItem->pen(), QPen(QColor(255, 255, 10, 255), 0));
+}
+
+void PenToolsTest::receiversOfTexts_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QList<QPointF>>("expected");
+    const QPointF drawn(1, 2), start(30, 20), end(40, 20);
+    QTest::newRow("before the path is read")
+        << QByteArray("mouse moved") << QList<QPointF>({drawn, end});
+    QTest::newRow("after the path is read")
+        << QByteArray("path empty") << QList<QPointF>({start, end});
+    QTest::newRow("after the path is written")
+        << QByteArray("path z is 0") << QList<QPointF>({drawn});
+}
+
+// A receiver that gives the stroke another path meets the tool at work.
+void PenToolsTest::receiversOfTexts()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QList<QPointF>, expected);
+    ToolStage stage(pen);
+    stage.press({30, 20});
+    connect(&stage.view, &TarnGraphicsView::ProgressStage, &stage.view, [&](const char *message) {
+        if (text == message)
+            stage.view.pathItem->setPath(QPainterPath(QPointF(1, 2)));
+    });
+    stage.move({40, 20});
+    QCOMPARE(corners(onlyStroke(stage)->path()), expected);
 }
 
 void PenToolsTest::eraserTakesRectanglesAndEllipses_data()
