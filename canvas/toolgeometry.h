@@ -14,19 +14,21 @@ namespace canvas {
 // positive infinity (2.5 gives 3, -2.5 gives -2): the toolkit's own
 // QPointF::toPoint and QRectF::toRect round halves away from zero, and derive a
 // rectangle's size from its rounded edges.
-// Coordinates of 2^30 and more in either direction, seen in a view that was
-// zoomed out without end, are held just below, so that the edges of a rectangle
-// cannot overflow.
+// What no int holds, seen in a view that was zoomed out without end, becomes the
+// nearest int; what is no number becomes 0.
 
 QPoint truncatedPoint(QPointF point);
 QPoint roundedPoint(QPointF point);
 
-// Each of x, y, width and height rounded by itself.
-QRect roundedRect(const QRectF &rect);
+// What lies inside bounds, each of whose x, y, width and height is rounded by
+// itself; bounds may be larger than any QRect. A rectangle of negative width or
+// height is turned the right way up, like QRect's intersection does it.
+QRect clipped(const QRect &rect, const QRectF &bounds);
 
 // The scene rectangle of the square that reaches halfSize viewport pixels to
 // each side of a viewport position. Corner and size are truncated, so a view
-// that is rotated or mirrored may give a negative width or height.
+// that is rotated or mirrored may give a negative width or height. An edge is
+// cut off where ints end; width() and height() of the result never overflow.
 QRect brushRectangle(const QGraphicsView &view, QPoint position, int halfSize);
 
 } // namespace canvas

@@ -11,8 +11,8 @@ constexpr int pickHalfSize = 5; // viewport pixels; no setting changes it
 
 QRect pickRectangle(const QGraphicsView &view, QPoint position)
 {
-    return canvas::brushRectangle(view, position, pickHalfSize)
-        & canvas::roundedRect(view.scene()->sceneRect());
+    return canvas::clipped(canvas::brushRectangle(view, position, pickHalfSize),
+                           view.scene()->sceneRect());
 }
 
 } // namespace
@@ -32,7 +32,7 @@ void TarnGraphicsView::WireSmartMarkerMouseMoved(QMouseEvent *event)
         return;
     }
     showOutline(QRectF(rect));
-    if ((lastPos - position).manhattanLength() > 0)
+    if (position != lastPos)
         emit SmartSelect(rect, false, false);
     lastPos = position;
 }

@@ -10,7 +10,9 @@
 
 namespace {
 
-constexpr int farthest = (1 << 30) - 1;
+constexpr int lowest = std::numeric_limits<int>::min();
+constexpr int highest = std::numeric_limits<int>::max();
+constexpr double infinite = std::numeric_limits<double>::infinity();
 
 } // namespace
 
@@ -21,8 +23,10 @@ class ToolGeometryTest : public QObject
 private slots:
     void points_data();
     void points();
-    void rectangles_data();
-    void rectangles();
+    void boundsAreRounded_data();
+    void boundsAreRounded();
+    void clips_data();
+    void clips();
     void brushes_data();
     void brushes();
     void rotatedBrush();
@@ -42,9 +46,13 @@ void ToolGeometryTest::points_data()
     QTest::newRow("beyond a negative half") << -2.51 << -2 << -3;
     QTest::newRow("below one") << 0.9 << 0 << 1;
     QTest::newRow("above minus one") << -0.9 << 0 << -1;
-    QTest::newRow("far away") << 1e12 << farthest << farthest;
-    QTest::newRow("far away, negative") << -1e12 << -farthest << -farthest;
-    QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << farthest << farthest;
+    QTest::newRow("beyond 2^30") << 1073741825.5 << 1073741825 << 1073741826;
+    QTest::newRow("highest") << 2147483647.0 << highest << highest;
+    QTest::newRow("half above the highest") << 2147483647.5 << highest << highest;
+    QTest::newRow("lowest") << -2147483648.0 << lowest << lowest;
+    QTest::newRow("far away") << 1e12 << highest << highest;
+    QTest::newRow("far away, negative") << -1e12 << lowest << lowest;
+    QTest::newRow("infinite") << infinite << highest << highest;
     QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN() << 0 << 0;
 }
 
@@ -59,7 +67,7 @@ void ToolGeometryTest::points()
     QCOMPARE(canvas::roundedPoint({1, coordinate}), QPoint(1, rounded));
 }
 
-void ToolGeometryTest::rectangles_data()
+void ToolGeometryTest::boundsAreRounded_data()
 {
     QTest::addColumn<QRectF>("exact");
     QTest::addColumn<QRect>("expected");
@@ -74,11 +82,50 @@ void ToolGeometryTest::rectangles_data()
                                << QRect(0, 0, 5, 5);
 }
 
-void ToolGeometryTest::rectangles()
+void ToolGeometryTest::boundsAreRounded()
 {
     QFETCH(QRectF, exact);
     QFETCH(QRect, expected);
-    QCOMPARE(canvas::roundedRect(exact), expected);
+    const QRect all(QPoint(lowest, lowest), QPoint(highest, highest));
+    QCOMPARE(canvas::clipped(all, exact), expected);
+}
+
+void ToolGeometryTest::clips_data()
+{
+    QTest::addColumn<QRect>("rect");
+    QTest::addColumn<QRectF>("bounds");
+    QTest::addColumn<QRect>("expected");
+    const QRectF scene(0, 0, 200, 150);
+    QTest::newRow("inside") << QRect(50, 40, 10, 10) << scene << QRect(50, 40, 10, 10);
+    QTest::newRow("corner") << QRect(-4, -3, 10, 10) << scene << QRect(0, 0, 6, 7);
+    QTest::newRow("other corner") << QRect(195, 147, 10, 10) << scene << QRect(195, 147, 5, 3);
+    QTest::newRow("last column and row") << QRect(199, 149, 9, 9) << scene << QRect(199, 149, 1, 1);
+    QTest::newRow("right of it") << QRect(200, 40, 10, 10) << scene << QRect();
+    QTest::newRow("below it") << QRect(50, 150, 10, 10) << scene << QRect();
+    QTest::newRow("no size") << QRect(50, 40, 0, 0) << scene << QRect();
+    QTest::newRow("no width") << QRect(50, 40, 0, 10) << scene << QRect(50, 40, 0, 10);
+    QTest::newRow("upside down") << QRect(50, 40, 10, -10) << scene << QRect(50, 30, 10, 10);
+    QTest::newRow("no bounds") << QRect(-5, -5, 10, 10) << QRectF() << QRect();
+    QTest::newRow("bounds turned over")
+        << QRect(-5, -5, 10, 10) << QRectF(2, 2, -4, -4) << QRect(-2, -2, 4, 4);
+    QTest::newRow("bounds of all whole numbers")
+        << QRect(50, 40, 10, 10) << QRectF(lowest, lowest, 4294967296.0, 4294967296.0)
+        << QRect(50, 40, 10, 10);
+    QTest::newRow("bounds beyond all whole numbers")
+        << QRect(QPoint(lowest, 0), QPoint(lowest, 9)) << QRectF(-1e300, -1e300, 2e300, 2e300)
+        << QRect(QPoint(lowest, 0), QPoint(lowest, 9));
+    QTest::newRow("endless bounds")
+        << QRect(50, 40, 10, 10) << QRectF(0, 0, infinite, infinite) << QRect(50, 40, 10, 10);
+    QTest::newRow("bounds that are no number")
+        << QRect(50, 40, 10, 10) << QRectF(-infinite, 0, infinite, 90) << QRect();
+}
+
+void ToolGeometryTest::clips()
+{
+    QFETCH(QRect, rect);
+    QFETCH(QRectF, bounds);
+    QFETCH(QRect, expected);
+    QCOMPARE(canvas::clipped(rect, bounds), expected);
 }
 
 void ToolGeometryTest::brushes_data()
@@ -102,8 +149,9 @@ void ToolGeometryTest::brushes_data()
         << 2.0 << QPoint(-60, -60) << QPoint(11, 12) << 5 << QRect(-57, -56, 5, 5);
     QTest::newRow("three quarters")
         << 0.75 << QPoint() << QPoint(30, 33) << 5 << QRect(33, 37, 13, 13);
-    QTest::newRow("zoomed out without end") << 1e-10 << QPoint() << QPoint(50, 40) << 5
-                                            << QRect(farthest, farthest, farthest, farthest);
+    const QPoint corner(highest, highest);
+    QTest::newRow("zoomed out without end")
+        << 1e-10 << QPoint() << QPoint(50, 40) << 5 << QRect(corner, corner);
 }
 
 void ToolGeometryTest::brushes()
