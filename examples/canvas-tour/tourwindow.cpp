@@ -5,11 +5,13 @@
 #include <QCheckBox>
 #include <QDoubleSpinBox>
 #include <QFormLayout>
+#include <QGraphicsPathItem>
 #include <QGraphicsPixmapItem>
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
-#include <QPainter>
+#include <QPainterPath>
+#include <QPen>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTextStream>
@@ -50,6 +52,8 @@ constexpr std::pair<const char *, const char *> sizes[] {
     {"KEEPMSIZE", "Keep marker"},    {"REMOVEMSIZE", "Remove marker"}, {"KEEPBSIZE", "Keep brush"},
     {"REMOVEBSIZE", "Remove brush"}, {"ERASERMSIZE", "Eraser"},        {"BLUEMSIZE", "Blue marker"},
 };
+
+constexpr int mostLines = 1000; // of the list; standard output gets them all
 
 QString text(QRect r)
 {
@@ -94,6 +98,7 @@ TourWindow::TourWindow(QWidget *parent)
     listSignals(); // before the others, which may cause further signals
     connect(canvas, &View::HandTool, this, &TourWindow::pan);
     connect(canvas, &View::SmartSelect, this, &TourWindow::pickWire);
+    connect(this, &TourWindow::wiresPicked, canvas, &View::WireMarker);
     connect(canvas, &View::WireMarker, this, &TourWindow::paintWires);
 }
 
@@ -103,9 +108,9 @@ void TourWindow::showPicture(const QPixmap &picture)
     wires = QRegion();
     scene.setSceneRect(picture.rect()); // from (0, 0): the markers expect that
     scene.addPixmap(picture)->setTransformationMode(Qt::SmoothTransformation);
-    wireOverlay = scene.addPixmap(QPixmap(picture.size()));
+    // A path: the eraser takes rectangles and ellipses only.
+    wireOverlay = scene.addPath(QPainterPath(), Qt::NoPen, QColor(255, 0, 0, 150));
     wireOverlay->setZValue(11.0); // above the stamps, below the outline
-    paintWires(wires);
     canvas->setScene(&scene);
     canvas->fitInView(picture.rect(), Qt::KeepAspectRatio);
 }
@@ -121,13 +126,22 @@ QWidget *TourWindow::makeToolButtons()
         group->addButton(button);
         layout->addWidget(button);
         connect(button, &QPushButton::clicked, this, [this, &tool] {
-            canvas->toolMode = tool.mode; // all it takes to select a tool
+            chooseTool(tool.mode);
             hint->setText(QString::fromLatin1(tool.hint));
-            note("toolMode", QString::number(tool.mode));
         });
     }
     group->buttons().constFirst()->click();
     return box;
+}
+
+// The canvas leaves the rest of the tool before as it is: the hand's cursor, and
+// a stroke that is not finished, since keys choose a tool in the middle of a drag.
+void TourWindow::chooseTool(int mode)
+{
+    canvas->toolMode = mode;
+    canvas->viewport()->unsetCursor();
+    canvas->pathItem = nullptr;
+    note("toolMode", QString::number(mode));
 }
 
 // Every control writes the settings and has the canvas read them again.
@@ -198,6 +212,7 @@ QWidget *TourWindow::makeSignalList()
 {
     auto *box = new QGroupBox(QStringLiteral("Signals of the canvas"));
     auto *layout = new QVBoxLayout(box);
+    signalList->setUniformItemSizes(true); // a new line needs no layout of the others
     layout->addWidget(signalList);
     box->setFixedWidth(300);
     return box;
@@ -234,6 +249,8 @@ void TourWindow::note(const char *signal, const QString &arguments)
 {
     const QString line = QString::fromLatin1(signal) + QLatin1Char(' ') + arguments;
     signalList->addItem(line);
+    if (signalList->count() > mostLines)
+        delete signalList->takeItem(0);
     signalList->scrollToBottom();
     QTextStream(stdout) << line << Qt::endl;
 }
@@ -247,7 +264,7 @@ void TourWindow::pan(QPoint from, QPoint to)
 }
 
 // Moves are reported without a button, too: the last press tells what a drag is
-// for. The region is handed on as a producer of wires would do it.
+// for.
 void TourWindow::pickWire(QRect rect, bool pressed, bool right)
 {
     if (pressed)
@@ -255,16 +272,12 @@ void TourWindow::pickWire(QRect rect, bool pressed, bool right)
     else if (!canvas->mousePressed)
         return;
     wires = unmarking ? wires - rect : wires + rect;
-    emit canvas->WireMarker(wires);
+    emit wiresPicked(wires);
 }
 
 void TourWindow::paintWires(const QRegion &region)
 {
-    QPixmap picture(wireOverlay->pixmap().size());
-    picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    painter.setClipRegion(region);
-    painter.fillRect(picture.rect(), QColor(255, 0, 0, 150));
-    painter.end();
-    wireOverlay->setPixmap(picture);
+    QPainterPath path;
+    path.addRegion(region);
+    wireOverlay->setPath(path);
 }

@@ -5,7 +5,7 @@
 #include <QRegion>
 #include <QSettings>
 
-class QGraphicsPixmapItem;
+class QGraphicsPathItem;
 class QLabel;
 class QListWidget;
 class TarnGraphicsView;
@@ -22,12 +22,18 @@ public:
     // To be called once the window is shown.
     void showPicture(const QPixmap &picture);
 
+signals:
+    // All that the smart marker has picked so far; connected to WireMarker of the
+    // canvas, like any producer of wires.
+    void wiresPicked(const QRegion &region);
+
 private:
     QWidget *makeToolButtons();
     QWidget *makeSizeControls();
     QLayout *makeCanvas();
     QWidget *makeSignalList();
     void listSignals();
+    void chooseTool(int mode);
     void note(const char *signal, const QString &arguments);
 
     void pan(QPoint from, QPoint to);
@@ -39,7 +45,7 @@ private:
     TarnGraphicsView *canvas;
     QLabel *hint;
     QListWidget *signalList;
-    QGraphicsPixmapItem *wireOverlay = nullptr;
+    QGraphicsPathItem *wireOverlay = nullptr;
     QRegion wires;
     bool unmarking = false;
 };
