@@ -49,6 +49,30 @@ class QSettings;
 // to items become null with them. The one thing it must do: before it takes the
 // outline or a stroke out of the scene by itself and keeps it, call
 // forgetItems(). It must not delete the view in a slot connected to it.
+//
+// What a host may not expect, and what it can do about it:
+//  - The second press of a double click reaches no tool and leaves mousePressed
+//    false; its release reaches the tool. A host that wants both presses filters
+//    the viewport's events and sends a MouseButtonPress in place of each
+//    MouseButtonDblClick.
+//  - Releasing one of two held buttons ends the drag for every tool, as if both
+//    were up.
+//  - Choosing another tool in the middle of a stroke leaves pathItem set, and
+//    the pen goes on with that stroke once it is chosen again and a button is
+//    held: set pathItem to null with toolMode. Nor does it take the hand's
+//    cursor off: viewport()->unsetCursor() does.
+//  - Each resize with a scene shows both scroll bars for good. They take room
+//    from the viewport, the first time by a resize of their own: with both
+//    policies at Qt::ScrollBarAlwaysOn from the start nothing changes then.
+//  - A viewport that is squeezed to no width or no height scales by zero, and no
+//    later resize undoes that, nor does fitInView() by itself. Keep it from
+//    collapsing (by a minimum size, in a QSplitter by setChildrenCollapsible())
+//    or call resetTransform() and then fitInView().
+//  - A resize looks at the view's sceneRect(), the tools at the scene's: a host
+//    that gives the view a rectangle of its own has two.
+//  - With a scene the view takes part in drag and drop for the scene's items and
+//    a window around it sees no drop there, unless the host calls
+//    setAcceptDrops(false) on the view.
 class TarnGraphicsView : public QGraphicsView
 {
     Q_OBJECT
@@ -73,7 +97,7 @@ public:
     int toolMode = ModeNone; // a ToolMode, written by the host
     QGraphicsPathItem *pathItem = nullptr; // the stroke between press and release
     QGraphicsEllipseItem *cursorItem = nullptr; // the outline while it is shown
-    QMutex mutex; // for hosts that draw from a thread; the view never locks it
+    QMutex mutex; // unused: nothing locks it, and it makes nothing safe
     QSettings *toolSettings = nullptr; // written by the host, which keeps it alive
     QPoint lastPos; // last reported pointer position, in viewport pixels
     // The brushes, the eraser and the blue marker reach half their size, rounded
@@ -110,12 +134,16 @@ public:
     void forgetItems();
 
     // Rectangles, points and regions are in scene coordinates, in whole units,
-    // truncated towards zero unless said otherwise. A brush rectangle is the
-    // square around the pointer described at the sizes.
+    // truncated towards zero unless said otherwise; what an int cannot hold is
+    // cut off where ints end. So a square of fewer viewport pixels than the zoom
+    // is empty: above zoom 10 that of the wire smart marker is. A brush
+    // rectangle is the square around the pointer described at the sizes.
 signals:
     // The pen: "mouse moved", then "path empty" on a stroke's first move, then
     // "path z is 0" on every move of a stroke; "Released" on any release. The
-    // text is valid during the emission only: copy it, and connect directly.
+    // number is no z value: it tells whether the item is clipped, 1 only if the
+    // host has given it a parent that clips. The text is valid during the
+    // emission only: copy it, and connect directly.
     void ProgressStage(char *msg);
     // Never emitted: both brushes report through AnyBrush, and toolMode tells
     // them apart.
@@ -129,14 +157,16 @@ signals:
     // mapped with the view's transform of this moment. To pan, move the view
     // or the picture by their difference.
     void HandTool(QPoint, QPoint);
-    // Never emitted by the view: for a host that makes regions of wires and
-    // paints them, from what SmartSelect reports for example.
+    // Never emitted by the view: for a host that makes regions of wires, from
+    // what SmartSelect reports for example, and paints them. Connect the signal
+    // of whatever makes them to this one.
     void WireMarker(QRegion rgn);
     // The wire smart marker: the 10 by 10 viewport pixels around the pointer,
     // clipped to the scene rectangle (rounded). Emitted on each press (pressed
     // is true, right tells the right button), even with an empty rectangle, and
-    // on each move to a new position over the scene, whether or not a button is
-    // held (both are false): a host that follows drags notes the last press.
+    // on each move to a new position, unless it is empty there, whether or not a
+    // button is held (both are false): a host that follows drags notes the last
+    // press.
     void SmartSelect(QRect rect, bool pressed, bool right = false);
 
 protected:
