@@ -14,7 +14,8 @@ class QGraphicsPathItem;
 class QSettings;
 
 // A graphics view that keeps its picture in proportion to the window and offers
-// a set of mouse tools. Everything happens on the GUI thread.
+// a set of mouse tools. Everything happens on the GUI thread. A complete host of
+// a dozen lines is in examples/canvas-tour/README.md.
 //
 // A host
 //  - sets a scene once the view has its size, since the first resize event of a
