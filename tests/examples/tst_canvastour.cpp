@@ -163,7 +163,7 @@ void CanvasTourTest::tellsWhatIsWrong_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QByteArray>("message");
-    const QString here = QStringLiteral(__FILE__);
+    const QString here = QFINDTESTDATA("tst_canvastour.cpp");
     QTest::newRow("no picture") << QStringList() << 2 << QByteArray("usage: canvas-tour PICTURE");
     QTest::newRow("two pictures") << QStringList({here, here}) << 2
                                   << QByteArray("usage: canvas-tour PICTURE");
