@@ -1,9 +1,8 @@
-#include <QDir>
-#include <QProcess>
 #include <QRegularExpression>
+#include <QSettings>
 
+#include "tests/examples/tourstage.h"
 #include "tests/support/testmain.h"
-#include "tests/support/xserver.h"
 
 namespace {
 
@@ -11,66 +10,6 @@ const QRgb yellow = qRgb(255, 255, 10);
 const QRgb green = qRgb(50, 255, 50);
 const QRgb red = qRgb(255, 10, 10);
 const QRgb black = qRgb(0, 0, 0);
-
-// A photo in which every place has a colour of its own, by which it is found on
-// the screen at any zoom: green tells x, red tells y, and blue is the same
-// everywhere.
-constexpr int photoBlue = 200;
-
-QImage photo()
-{
-    QImage image(480, 360, QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            image.setPixel(x, y, qRgb(20 + y / 3, 20 + x / 3, photoBlue));
-    return image;
-}
-
-bool isPhoto(QRgb pixel)
-{
-    return qBlue(pixel) == photoBlue && qRed(pixel) <= 140 && qGreen(pixel) <= 180;
-}
-
-// Where the photo is on the screen; the window has a few pixels of that blue
-// elsewhere, but no row of them.
-QRect findPhoto(const QImage &screen)
-{
-    QRect found;
-    for (int y = 0; y < screen.height(); ++y) {
-        int first = -1, last = -1, count = 0;
-        for (int x = 0; x < screen.width(); ++x) {
-            if (!isPhoto(screen.pixel(x, y)))
-                continue;
-            first = first < 0 ? x : first;
-            last = x;
-            ++count;
-        }
-        if (count > 100)
-            found |= QRect(first, y, last - first + 1, 1);
-    }
-    return found;
-}
-
-template <typename Wanted> int count(const QImage &screen, QRect area, const Wanted &wanted)
-{
-    int result = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y)
-        for (int x = area.left(); x <= area.right(); ++x)
-            result += wanted(screen.pixel(x, y)) ? 1 : 0;
-    return result;
-}
-
-int count(const QImage &screen, QRect area, QRgb colour)
-{
-    return count(screen, area,
-                 [=](QRgb pixel) { return (pixel & RGB_MASK) == (colour & RGB_MASK); });
-}
-
-bool alike(QRgb a, QRgb b, int tolerance)
-{
-    return qAbs(qRed(a) - qRed(b)) <= tolerance && qAbs(qGreen(a) - qGreen(b)) <= tolerance
-        && qAbs(qBlue(a) - qBlue(b)) <= tolerance;
-}
 
 // The rectangle in a line of the tour's list.
 QRectF reportedRect(const QString &line)
@@ -84,19 +23,19 @@ QRectF reportedRect(const QString &line)
 
 } // namespace
 
-// The example in a real window, worked from outside like a user would. Each row
-// leaves a picture of the screen in the build folder.
-class CanvasTourTest : public QObject
+// What each tool paints and reports. Each row leaves a picture of the screen in
+// the build folder.
+class CanvasTourTest : public QObject, private TourStage
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { openScreen(); }
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
 
     void init() { lines.clear(); }
-    void cleanup();
+    void cleanup() { closeTour(); }
     void pen_data() { scales(); }
     void pen();
     void eraser_data() { scales(); }
@@ -115,48 +54,7 @@ private slots:
     void withoutAnAction();
     void sizesGoThroughTheSettings_data() { scales(); }
     void sizesGoThroughTheSettings();
-
-private:
-    static void scales();
-    bool startTour(int displayScale);
-    // Through its button; the mode is what the button writes.
-    bool selectTool(const char *mnemonic, int mode);
-    // A point of the photo, in hundredths of its size.
-    QPoint at(int x, int y) const;
-    // What the tour has written since the tool was chosen, or of that what one
-    // signal caused.
-    QStringList output(const char *signal = "");
-    // Looks at the screen until something is to be seen there, and keeps the
-    // picture.
-    template <typename Seen> bool eventually(const Seen &seen);
-    void finish(const char *name);
-
-    XServer server {QSize(2400, 1700)};
-    QTemporaryDir folder;
-    QProcess tour;
-    QString window;
-    QStringList lines;
-    int scale = 1;
-    QRect area; // of the photo, on the screen
-    QImage screen;
 };
-
-void CanvasTourTest::scales()
-{
-    QTest::addColumn<int>("displayScale");
-    QTest::newRow("ordinary display") << 1;
-    QTest::newRow("dense display") << 2;
-}
-
-void CanvasTourTest::initTestCase()
-{
-    const QString missing = XServer::missingProgram();
-    if (!missing.isEmpty())
-        QSKIP(qPrintable(missing + QStringLiteral(" is not installed")));
-    QVERIFY2(server.start(), qPrintable(server.errorString()));
-    QVERIFY(photo().save(folder.filePath(QStringLiteral("photo.png"))));
-    QVERIFY(QDir().mkpath(QStringLiteral(SCREENSHOTS)));
-}
 
 void CanvasTourTest::tellsWhatIsWrong_data()
 {
@@ -184,75 +82,6 @@ void CanvasTourTest::tellsWhatIsWrong()
     QCOMPARE(tour.exitCode(), exitCode);
     const QByteArray said = tour.readAllStandardError();
     QVERIFY2(said.contains(message), said.constData());
-}
-
-bool CanvasTourTest::startTour(int displayScale)
-{
-    scale = displayScale;
-    QProcessEnvironment environment = server.environment();
-    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scale));
-    tour.setProcessEnvironment(environment);
-    tour.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    tour.start(QStringLiteral(CANVAS_TOUR), {folder.filePath(QStringLiteral("photo.png"))});
-    window = server.waitForWindow(QStringLiteral("^Canvas tour$"));
-    // Drawn, and at rest in its place on the screen.
-    QRect before;
-    return !window.isEmpty() && server.activate(window) && eventually([&] {
-        before = area;
-        area = findPhoto(screen);
-        return area.height() > 200 * scale && area == before;
-    });
-}
-
-// Closes the window, as its user would, and wants a clean end.
-void CanvasTourTest::cleanup()
-{
-    if (tour.state() == QProcess::NotRunning)
-        return;
-    QVERIFY2(server.key({QStringLiteral("alt+F4")}), qPrintable(server.errorString()));
-    QVERIFY(tour.waitForFinished());
-    QCOMPARE(tour.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(tour.exitCode(), 0);
-}
-
-bool CanvasTourTest::selectTool(const char *mnemonic, int mode)
-{
-    lines.clear();
-    const QString chosen = QStringLiteral("toolMode %1").arg(mode);
-    const bool done = server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)})
-        && QTest::qWaitFor([&] { return output().contains(chosen); }, 30000);
-    lines.clear();
-    return done;
-}
-
-QPoint CanvasTourTest::at(int x, int y) const
-{
-    return area.topLeft() + QPoint(area.width() * x / 100, area.height() * y / 100);
-}
-
-QStringList CanvasTourTest::output(const char *signal)
-{
-    while (tour.canReadLine())
-        lines.append(QString::fromLocal8Bit(tour.readLine()).trimmed());
-    return lines.filter(QRegularExpression(QStringLiteral("^%1").arg(QLatin1String(signal))));
-}
-
-template <typename Seen> bool CanvasTourTest::eventually(const Seen &seen)
-{
-    return QTest::qWaitFor(
-        [&] {
-            screen = server.screenshot();
-            return !screen.isNull() && seen();
-        },
-        30000);
-}
-
-void CanvasTourTest::finish(const char *name)
-{
-    const QString file =
-        QStringLiteral(SCREENSHOTS "/%1-%2x.png").arg(QLatin1String(name)).arg(scale);
-    const QRect content = server.geometry(window);
-    QVERIFY(screen.copy(content).save(file));
 }
 
 void CanvasTourTest::pen()
