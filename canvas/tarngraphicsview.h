@@ -25,7 +25,8 @@ class QSettings;
 //  - switches mouse tracking on, so that the outline of a tool also follows a
 //    pointer whose buttons are up;
 //  - writes toolSettings and calls updatetoolssettings() before it selects a
-//    tool that has a size, and again whenever it has changed the settings;
+//    tool that has a size, and again whenever it has changed the settings, or
+//    writes the sizes and the opacity itself;
 //  - selects a tool by writing toolMode, at any time, and connects the signals
 //    that it needs. After each tool the event also takes the way that it has in
 //    any QGraphicsView.

@@ -83,6 +83,8 @@ private slots:
     void handsCursor();
     void squeezedViewport();
     void twoRectangles();
+    void picksFarIn_data();
+    void picksFarIn();
     void drops_data();
     void drops();
 };
@@ -177,6 +179,29 @@ void HostsTest::twoRectangles()
     stage.view.resetTransform();
     resizeViewport(stage.view, {400, 300}, {500, 400}); // the view's is still larger
     QVERIFY(stage.view.transform().isIdentity());
+}
+
+void HostsTest::picksFarIn_data()
+{
+    QTest::addColumn<double>("zoom");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("reports"); // of a press and a move
+    QTest::newRow("a unit of the scene") << 8.0 << QSize(1, 1) << 2;
+    QTest::newRow("less than a unit") << 16.0 << QSize(0, 0) << 1;
+}
+
+void HostsTest::picksFarIn()
+{
+    QFETCH(double, zoom);
+    QFETCH(QSize, size);
+    QFETCH(int, reports);
+    ToolStage stage(View::ModeWireSmartMarker);
+    stage.zoom(zoom);
+    QSignalSpy spy(&stage.view, qOverload<QRect, bool, bool>(&View::SmartSelect));
+    stage.press({50, 40});
+    stage.move({50, 40});
+    QCOMPARE(spy.count(), reports);
+    QCOMPARE(spy[0][0].toRect().size(), size);
 }
 
 void HostsTest::drops_data()
