@@ -289,8 +289,9 @@ void MainWindow::on_actionIndex_triggered()
 void MainWindow::on_actionAbout_triggered()
 {
     // The title says 2.0 on purpose: the settings hang on the name that says 1.0.
+    // The text holds the address itself, so that a translation replaces all of it.
     QMessageBox::about(this, tr("Crayvell 2.0"),
-                       tr("Pencil sketches by Dellumbra software\n%1").arg(homepage()));
+                       tr("Pencil sketches by Dellumbra software\nhttps://www.dellumbra.example/"));
 }
 
 void MainWindow::on_actionHome_triggered()

@@ -13,6 +13,7 @@
 #include <QTranslator>
 
 #include "app/mainwindow.h"
+#include "tests/support/dialogs.h"
 #include "tests/support/testmain.h"
 
 namespace {
@@ -47,6 +48,19 @@ public:
         if (qstrcmp(source, "OK") == 0)
             return QStringLiteral("Gut");
         return QStringLiteral("Seite <a href=\"%1\">%1</a> (%1)");
+    }
+    bool isEmpty() const override { return false; }
+};
+
+// A language that has a whole text of its own for the about box.
+class AboutLanguage : public QTranslator
+{
+public:
+    QString translate(const char *context, const char *source, const char *, int) const override
+    {
+        const bool isAbout =
+            qstrcmp(context, "MainWindow") == 0 && QByteArray(source).contains(address.toLatin1());
+        return isAbout ? QStringLiteral("Bleistift, 100%1 nach Art des Hauses") : QString();
     }
     bool isEmpty() const override { return false; }
 };
@@ -86,6 +100,7 @@ private slots:
     void okClosesWithoutDeleting();
     void languageChange();
     void aboutBox();
+    void aboutBoxIsTranslatedAsAWhole();
     void homeAction();
 };
 
@@ -295,6 +310,22 @@ void HelpDialogTest::aboutBox()
     QVERIFY(!lines.at(0).isEmpty());
     QCOMPARE(lines.at(1), address);
     QCOMPARE(parent, &window);
+}
+
+// The address as well: a translation may name another page, or none.
+void HelpDialogTest::aboutBoxIsTranslatedAsAWhole()
+{
+    AboutLanguage language;
+    QVERIFY(QCoreApplication::installTranslator(&language));
+    MainWindow window;
+    QString text;
+    dialogs::whenMessageBoxOpens([&](QMessageBox &box) {
+        text = box.text();
+        box.accept();
+    });
+    trigger(window, "actionAbout");
+    QVERIFY(QCoreApplication::removeTranslator(&language));
+    QCOMPARE(text, QStringLiteral("Bleistift, 100%1 nach Art des Hauses"));
 }
 
 void HelpDialogTest::homeAction()

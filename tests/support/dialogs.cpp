@@ -31,6 +31,11 @@ void whenFileDialogOpens(const std::function<void(QFileDialog &)> &answer)
     whenOpen<QFileDialog>(answer);
 }
 
+void whenMessageBoxOpens(const std::function<void(QMessageBox &)> &answer)
+{
+    whenOpen<QMessageBox>(answer);
+}
+
 // Selecting the file through the dialog's model could hang on a slow folder.
 void choose(QFileDialog &dialog, const QString &path)
 {

@@ -14,6 +14,9 @@ namespace dialogs {
 // code that opens it. The test's own time-out ends a dialog that never comes.
 void whenFileDialogOpens(const std::function<void(QFileDialog &)> &answer);
 
+// The same for a message box.
+void whenMessageBoxOpens(const std::function<void(QMessageBox &)> &answer);
+
 // Types a path into the dialog and accepts it.
 void choose(QFileDialog &dialog, const QString &path);
 
