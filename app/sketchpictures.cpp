@@ -13,8 +13,11 @@ void deleteImage(void *image)
     delete static_cast<QImage *>(image);
 }
 
+// All that a copy has beside the pixels.
 void copyMetadata(const QImage &from, QImage &to)
 {
+    to.setDevicePixelRatio(from.devicePixelRatio());
+    to.setOffset(from.offset());
     to.setDotsPerMeterX(from.dotsPerMeterX());
     to.setDotsPerMeterY(from.dotsPerMeterY());
     to.setColorSpace(from.colorSpace());
@@ -63,8 +66,9 @@ QPixmap opaquePixmap(const QImage &picture)
         return {};
     // Format_RGB32 spares the toolkit the search for transparent pixels and the
     // conversion of what it would find opaque.
-    const QImage opaque(picture.constBits(), picture.width(), picture.height(),
+    QImage opaque(picture.constBits(), picture.width(), picture.height(),
                         picture.bytesPerLine(), QImage::Format_RGB32, deleteImage,
                         new QImage(picture));
+    copyMetadata(picture, opaque);
     return QPixmap::fromImage(opaque);
 }

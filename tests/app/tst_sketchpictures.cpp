@@ -5,6 +5,31 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+namespace {
+
+QImage withMetadata(QImage picture)
+{
+    picture.setText(QStringLiteral("Comment"), QStringLiteral("at the sea"));
+    picture.setDotsPerMeterX(11811);
+    picture.setDotsPerMeterY(5906);
+    picture.setColorSpace(QColorSpace::AdobeRgb);
+    picture.setOffset({3, -4});
+    picture.setDevicePixelRatio(2);
+    return picture;
+}
+
+void compareMetadata(const QImage &picture)
+{
+    QCOMPARE(picture.text(QStringLiteral("Comment")), QStringLiteral("at the sea"));
+    QCOMPARE(picture.dotsPerMeterX(), 11811);
+    QCOMPARE(picture.dotsPerMeterY(), 5906);
+    QCOMPARE(picture.colorSpace(), QColorSpace(QColorSpace::AdobeRgb));
+    QCOMPARE(picture.offset(), QPoint(3, -4));
+    QCOMPARE(picture.devicePixelRatio(), 2.0);
+}
+
+} // namespace
+
 class SketchPicturesTest : public QObject
 {
     Q_OBJECT
@@ -32,19 +57,12 @@ void SketchPicturesTest::nothingForNoPhoto()
 
 void SketchPicturesTest::likeThePhoto()
 {
-    QImage photo = m_photo;
-    photo.setText(QStringLiteral("Comment"), QStringLiteral("at the sea"));
-    photo.setDotsPerMeterX(11811);
-    photo.setDotsPerMeterY(5906);
-    photo.setColorSpace(QColorSpace::AdobeRgb);
+    const QImage photo = withMetadata(m_photo);
     SketchPictures pictures;
     const QImage sketch = pictures.next(photo);
     QCOMPARE(sketch.size(), QSize(40, 30));
     QCOMPARE(sketch.format(), QImage::Format_ARGB32);
-    QCOMPARE(sketch.text(QStringLiteral("Comment")), QStringLiteral("at the sea"));
-    QCOMPARE(sketch.dotsPerMeterX(), 11811);
-    QCOMPARE(sketch.dotsPerMeterY(), 5906);
-    QCOMPARE(sketch.colorSpace(), QColorSpace(QColorSpace::AdobeRgb));
+    compareMetadata(sketch);
 }
 
 void SketchPicturesTest::isWrittenWithoutACopy()
@@ -95,11 +113,13 @@ void SketchPicturesTest::followsThePhotosSize()
 
 void SketchPicturesTest::pixmapSharesThePicture()
 {
-    const QPixmap pixmap = opaquePixmap(m_photo);
+    const QImage picture = withMetadata(m_photo);
+    const QPixmap pixmap = opaquePixmap(picture);
     const QImage shown = pixmap.toImage();
-    QCOMPARE(shown.constBits(), m_photo.constBits());
+    QCOMPARE(shown.constBits(), picture.constBits());
     QCOMPARE(shown.format(), QImage::Format_RGB32);
-    QCOMPARE(pictures::difference(shown, m_photo), QString());
+    QCOMPARE(pictures::difference(shown, picture), QString());
+    compareMetadata(shown);
 }
 
 void SketchPicturesTest::pixmapIsSafeFromThePicture()
