@@ -55,11 +55,12 @@ QPixmap whitePaper(QSize size)
     return QPixmap::fromImage(std::move(paper));
 }
 
-QImage transparentImage(QSize size)
+// A copy without anything to see: resolution, texts and colour space stay.
+QImage emptiedCopy(const QImage &photo)
 {
-    QImage image(size, QImage::Format_ARGB32);
-    image.fill(Qt::transparent);
-    return image;
+    QImage copy = photo;
+    copy.fill(Qt::transparent);
+    return copy;
 }
 
 // Source over destination: what is marked twice becomes more opaque.
@@ -306,8 +307,8 @@ void MainWindow::on_actionHome_triggered()
 // region coordinates are scene coordinates.
 void MainWindow::ProcessWireMarker(QRegion rgn)
 {
-    QImage overlay = wireOverlayItem ? wireOverlayItem->pixmap().toImage()
-                                     : transparentImage(sourceImage.size());
+    QImage overlay =
+        wireOverlayItem ? wireOverlayItem->pixmap().toImage() : emptiedCopy(sourceImage);
     paintRegion(overlay, rgn);
     if (wireOverlayItem) {
         scene.removeItem(wireOverlayItem);

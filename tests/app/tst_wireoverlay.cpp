@@ -1,3 +1,4 @@
+#include <QColorSpace>
 #include <QGraphicsEllipseItem>
 #include <QGraphicsPathItem>
 #include <QGraphicsPixmapItem>
@@ -88,6 +89,7 @@ class WireOverlayTest : public QObject
 
 private slots:
     void paintsTheRegion();
+    void isAnEmptiedCopyOfThePhoto();
     void marksAddUp();
     void overlapsGetRedder();
     void changesNothing_data();
@@ -117,6 +119,30 @@ void WireOverlayTest::paintsTheRegion()
         return within(a, x, y) || within(b, x, y) ? marked : unmarked;
     });
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+// Of the photo it has all but the pixels.
+void WireOverlayTest::isAnEmptiedCopyOfThePhoto()
+{
+    Stage stage;
+    stage.open({60, 40});
+    QImage &photo = MainWindowProbe::sourceImage(stage.window);
+    photo.setText(QStringLiteral("Comment"), QStringLiteral("at the sea"));
+    photo.setDotsPerMeterX(11811);
+    photo.setDotsPerMeterY(5906);
+    photo.setColorSpace(QColorSpace::AdobeRgb);
+    photo.setOffset({3, -4});
+    for (int call = 0; call < 2; ++call) { // the second overlay begins as the first one
+        stage.mark(QRegion(60, 40, 1, 1));
+        const QImage overlay = stage.overlay()->pixmap().toImage();
+        QCOMPARE(overlay.text(QStringLiteral("Comment")), QStringLiteral("at the sea"));
+        QCOMPARE(overlay.dotsPerMeterX(), 11811);
+        QCOMPARE(overlay.dotsPerMeterY(), 5906);
+        QCOMPARE(overlay.colorSpace(), QColorSpace(QColorSpace::AdobeRgb));
+        QCOMPARE(overlay.offset(), QPoint(3, -4));
+        QCOMPARE(firstWrongPixel(stage.picture(), [](int, int) { return unmarked; }), QString());
+    }
+    QCOMPARE(photo.pixel(0, 0), qRgb(40, 80, 120));
 }
 
 void WireOverlayTest::marksAddUp()
