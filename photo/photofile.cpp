@@ -1,5 +1,6 @@
 #include "photo/photofile.h"
 
+#include <QBuffer>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QSaveFile>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "photo/directwrite.h"
 #include "photo/largepages.h"
 #include "photo/memorybudget.h"
 #include "photo/pngtexts.h"
@@ -44,6 +46,30 @@ bool hasTextBomb(const QString &fileName)
     return file.open(QIODevice::ReadOnly) && packedTextBytes(file) > mostPackedTextBytes;
 }
 
+enum class Replacement {
+    Done,
+    Failed, // what was there is unchanged
+    Impossible, // the same, because no new file can take its place
+};
+
+// Writes a new file and gives it the name in one step.
+Replacement replaceBySketch(const QImage &sketch, const QString &fileName, const QByteArray &format)
+{
+    // A new file in place of a pipe or a device would take it from others.
+    const QFileInfo target(fileName);
+    if (target.exists() && !target.isFile())
+        return Replacement::Impossible;
+    QSaveFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly))
+        return Replacement::Impossible;
+    // What is still buffered is flushed here: commit() alone overlooks that it
+    // did not fit.
+    if (!sketch.save(&file, format.constData(), saveQuality) || !file.flush())
+        return Replacement::Failed;
+    // In a shared folder a new file can be made, and yet replace nothing.
+    return file.commit() ? Replacement::Done : Replacement::Impossible;
+}
+
 } // namespace
 
 Photo readPhoto(const QString &fileName)
@@ -74,12 +100,18 @@ Photo readPhoto(const QString &fileName)
 
 bool writeSketch(const QImage &sketch, const QString &fileName)
 {
-    QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly))
+    const QByteArray format = QFileInfo(fileName).suffix().toLatin1();
+    if (format.isEmpty())
         return false;
-    // Without a format the suffix of the file's name decides. What is still
-    // buffered is flushed here: commit() alone overlooks that it did not fit.
-    return sketch.save(&file, nullptr, saveQuality) && file.flush() && file.commit();
+    switch (replaceBySketch(sketch, fileName, format)) {
+    case Replacement::Done: return true;
+    case Replacement::Failed: return false;
+    case Replacement::Impossible: break;
+    }
+    QBuffer encoded;
+    return encoded.open(QIODevice::WriteOnly)
+        && sketch.save(&encoded, format.constData(), saveQuality)
+        && writeDirectly(fileName, encoded.data());
 }
 
 QString canonicalDirectory(const QString &fileName)

@@ -19,7 +19,8 @@ Photo readPhoto(const QString &fileName);
 
 // Writes the sketch in the format that the suffix names, at quality 100. True
 // when the file holds the complete picture; otherwise a file that was there is
-// unchanged and no other file is left behind.
+// unchanged and no other file is left behind. A pipe, a device, and a file whose
+// folder lets no new one take its place are written to, see writeDirectly().
 bool writeSketch(const QImage &sketch, const QString &fileName);
 
 // The directory of an existing file, absolute and with links resolved; empty

@@ -60,7 +60,8 @@ private slots:
     void followsALink();
     void fullDiskKeepsTheFormerFile_data();
     void fullDiskKeepsTheFormerFile();
-    void readOnlyFolderKeepsTheFormerFile();
+    void readOnlyFolder_data();
+    void readOnlyFolder();
     void readOnlyFileStays();
     void missingFolderForgetsTheDirectory();
 
@@ -289,11 +290,23 @@ void SaveTest::fullDiskKeepsTheFormerFile()
     QVERIFY(message().isEmpty());
 }
 
-void SaveTest::readOnlyFolderKeepsTheFormerFile()
+void SaveTest::readOnlyFolder_data()
 {
+    QTest::addColumn<QFile::Permissions>("permissions");
+    QTest::addColumn<bool>("written");
+    QTest::newRow("a file for everybody") << QFile::Permissions(0x6666) << true;
+    QTest::newRow("a file to be read") << QFile::Permissions(0x4444) << false;
+}
+
+// It takes no new file, but what is in it can be written to.
+void SaveTest::readOnlyFolder()
+{
+    QFETCH(QFile::Permissions, permissions);
+    QFETCH(bool, written);
     openPhoto();
     const QString target = path(QStringLiteral("sketch.png"));
     put(target, formerContent);
+    QVERIFY(QFile::setPermissions(target, permissions));
     QVERIFY(QFile::setPermissions(m_folder->path(), QFile::Permissions(0x5555)));
     {
         const process::OrdinaryUser user;
@@ -301,7 +314,10 @@ void SaveTest::readOnlyFolderKeepsTheFormerFile()
     }
     QVERIFY(QFile::setPermissions(m_folder->path(),
                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    QCOMPARE(contentOf(target), formerContent);
+    if (written)
+        QCOMPARE(pictures::difference(QImage(target), m_photo), QString());
+    else
+        QCOMPARE(contentOf(target), formerContent);
     QCOMPARE(files(), QStringList(QStringLiteral("sketch.png")));
     QVERIFY(message().isEmpty());
     QCOMPARE(saveDirectory(), QDir(m_folder->path()).canonicalPath());
