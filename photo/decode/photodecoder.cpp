@@ -37,11 +37,9 @@ PhotoHeader readHeader(QIODevice &device, const char *format)
 
 void checkTexts(QIODevice &device)
 {
-    const qint64 bytes = packedTextBytes(device);
-    if (bytes > mostPackedTextBytes) {
-        throw PhotoError("has texts that may unpack to " + std::to_string(bytes >> 20)
-                         + " MB, more than the " + std::to_string(mostPackedTextBytes >> 20)
-                         + " MB that are read");
+    if (packedTextBytes(device) > mostPackedTextBytes) {
+        throw PhotoError("has texts that unpack to more than the "
+                         + std::to_string(mostPackedTextBytes >> 20) + " MB that are read");
     }
 }
 

@@ -21,6 +21,9 @@ folder=$root/build/arm64
 sysroot=$folder/sysroot
 apt=$folder/apt
 
+# What the libraries of the tree take on that processor.
+arm_packages=(qt6-base-dev libhwy-dev libstdc++-12-dev zlib1g-dev)
+
 # A package database of its own: this machine's stays as it is, and the packages
 # of the other architecture conflict with nothing.
 arm_apt_get() {
@@ -44,17 +47,17 @@ make_sysroot() {
     ln -s usr/{lib,bin,sbin} "$sysroot"
     arm_apt_get update >&2
     arm_apt_get install --download-only --yes --no-install-recommends \
-        qt6-base-dev libhwy-dev libstdc++-12-dev >&2
+        "${arm_packages[@]}" >&2
     local package
     for package in "$apt"/archives/*.deb; do
         dpkg-deb --fsys-tarfile "$package" |
             tar --extract --directory "$sysroot" --keep-directory-symlink
     done
-    touch "$sysroot/complete"
+    printf '%s' "${arm_packages[*]}" >"$sysroot/complete"
 }
 
 install_packages "${run_packages[@]}" g++-aarch64-linux-gnu qemu-user
-[[ -e $sysroot/complete ]] || make_sysroot
+[[ -e $sysroot/complete && $(<"$sysroot/complete") == "${arm_packages[*]}" ]] || make_sysroot
 cmake -S "$root" -B "$folder/tree" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCRAYVELL_WERROR=ON \
     -DCRAYVELL_BATCH=OFF -DCRAYVELL_BENCH=OFF -DCRAYVELL_EXAMPLES=OFF -DCRAYVELL_SYSROOT="$sysroot" \
     -DCMAKE_TOOLCHAIN_FILE="$root/tests/arm64/toolchain.cmake" >&2

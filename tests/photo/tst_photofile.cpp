@@ -56,6 +56,7 @@ private slots:
     void orientation();
     void nameForDoubleResolution();
     void hugePhotoOpens();
+    void textsAreNoHindrance_data();
     void textsAreNoHindrance();
     void bombIsRefusedAtOnce_data();
     void bombIsRefusedAtOnce();
@@ -129,9 +130,25 @@ void PhotoFileTest::hugePhotoOpens()
     QVERIFY(qAbs(qRed(photo.pixel(11999, 8999)) - 200) < 4);
 }
 
+void PhotoFileTest::textsAreNoHindrance_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QByteArray prose;
+    for (int i = 0; i < 2000; ++i)
+        prose += QByteArray::number(i * i % 1013, 36) + ' ';
+    QTest::newRow("four that unpack to nearly 8 million bytes") << pngWithTexts(4);
+    QTest::newRow("300 packed ones") << pngWithTexts(300, PngText::Packed, prose);
+    QTest::newRow("300 international ones") << pngWithTexts(300, PngText::International, prose);
+    QTest::newRow("300 packed international ones")
+        << pngWithTexts(300, PngText::InternationalPacked, prose);
+    QTest::newRow("a bomb behind the end")
+        << pngFollowedBy(pngWithTexts(60).mid(33)); // without signature and header
+}
+
 void PhotoFileTest::textsAreNoHindrance()
 {
-    const QString path = put(QStringLiteral("texts.png"), pngWithTexts(4));
+    QFETCH(QByteArray, file);
+    const QString path = put(QStringLiteral("texts.png"), file);
     QCOMPARE(photo::readPhoto(path).image.pixel(0, 0), qRgb(255, 255, 255));
 }
 
@@ -142,6 +159,10 @@ void PhotoFileTest::bombIsRefusedAtOnce_data()
     QTest::newRow("colour") << pngHeader(300000, 300000, 8, 2);
     QTest::newRow("sixteen bits, alpha") << pngHeader(200000, 200000, 16, 6);
     QTest::newRow("texts") << pngWithTexts(60);
+    QTest::newRow("international texts") << pngWithTexts(60, PngText::InternationalPacked);
+    QTest::newRow("a megabyte of texts") << pngWithTexts(130);
+    QTest::newRow("texts that are larger than a text may be")
+        << pngWithTexts(60, PngText::Packed, QByteArray(9'000'000, 'a'));
     QByteArray pixmap("P6 400000 400000 255\n");
     QTest::newRow("portable pixmap") << pixmap;
 }

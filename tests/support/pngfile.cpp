@@ -41,6 +41,23 @@ QByteArray packed(const QByteArray &bytes)
     return qCompress(bytes).mid(4); // without the size in front
 }
 
+QByteArray textChunk(PngText kind, const QByteArray &text)
+{
+    const QByteArray keyword("Comment\0", 8);
+    switch (kind) {
+    case PngText::Packed: return chunk("zTXt", keyword + '\0' + packed(text));
+    case PngText::International:
+        return chunk("iTXt", keyword + QByteArray("\0\0en\0Comment\0", 13) + text);
+    case PngText::InternationalPacked: break;
+    }
+    return chunk("iTXt", keyword + QByteArray("\1\0en\0Comment\0", 13) + packed(text));
+}
+
+QByteArray whitePixel()
+{
+    return chunk("IDAT", packed(QByteArray("\0\xff", 2))) + chunk("IEND", {});
+}
+
 } // namespace
 
 QByteArray pngHeader(quint32 width, quint32 height, quint8 depth, quint8 colourType)
@@ -48,10 +65,17 @@ QByteArray pngHeader(quint32 width, quint32 height, quint8 depth, quint8 colourT
     return beginning(width, height, depth, colourType) + chunk("IDAT", "\x78\x9c");
 }
 
-QByteArray pngWithTexts(int count)
+QByteArray pngWithTexts(int count, PngText kind, const QByteArray &text)
 {
-    const QByteArray text =
-        chunk("zTXt", QByteArray("Comment\0\0", 9) + packed(QByteArray(7'900'000, 'a')));
-    return beginning(1, 1, 8, 0) + text.repeated(count)
-        + chunk("IDAT", packed(QByteArray("\0\xff", 2))) + chunk("IEND", {});
+    return beginning(1, 1, 8, 0) + textChunk(kind, text).repeated(count) + whitePixel();
+}
+
+QByteArray pngWithTexts(int count, PngText kind)
+{
+    return pngWithTexts(count, kind, QByteArray(7'900'000, 'a'));
+}
+
+QByteArray pngFollowedBy(const QByteArray &rest)
+{
+    return beginning(1, 1, 8, 0) + whitePixel() + rest;
 }

@@ -6,6 +6,16 @@
 // decompression bomb looks like before it goes off.
 QByteArray pngHeader(quint32 width, quint32 height, quint8 depth, quint8 colourType);
 
-// A file of one white pixel with so many compressed texts, each of which unpacks
-// to nearly 8 million bytes.
-QByteArray pngWithTexts(int count);
+enum class PngText {
+    Packed, // zTXt
+    International, // iTXt, as it is
+    InternationalPacked, // iTXt, compressed
+};
+
+// A file of one white pixel with so many copies of a text; those without one carry
+// compressed texts that unpack to nearly 8 million bytes each.
+QByteArray pngWithTexts(int count, PngText kind, const QByteArray &text);
+QByteArray pngWithTexts(int count, PngText kind = PngText::Packed);
+
+// A file of one white pixel whose last chunk is followed by whatever.
+QByteArray pngFollowedBy(const QByteArray &rest);
