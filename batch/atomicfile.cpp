@@ -169,7 +169,7 @@ void AtomicFile::publishUnnamed(bool replace)
     if (errno != EEXIST)
         fail("cannot write the output");
     if (!replace)
-        throw OutputExists();
+        throw OutputExists(m_path);
     // A link cannot replace a name, a renaming can.
     std::string between = unusedName();
     for (int i = 0; !linkTo(between); ++i, between = unusedName()) {
@@ -203,7 +203,7 @@ void AtomicFile::publishNamed(bool replace)
                 unlink(m_temporary.c_str());
         }
         if (failed && errno == EEXIST)
-            throw OutputExists();
+            throw OutputExists(m_path);
         if (failed)
             fail("cannot write the output");
     }

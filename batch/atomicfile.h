@@ -12,8 +12,13 @@ namespace batch {
 class OutputExists : public photo::PhotoError
 {
 public:
-    OutputExists()
-        : PhotoError("the output exists already")
+    // Why the photo is left out where that was asked for.
+    static constexpr const char *skipped = "the output exists already";
+
+    explicit OutputExists(const std::string &output)
+        : PhotoError("the output " + output
+                     + " exists already; --overwrite replaces it, "
+                       "--skip-existing leaves it")
     {
     }
 };

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <utility>
 
+#include "batch/atomicfile.h"
 #include "batch/cli/commandline.h"
 #include "photo/photoformat.h"
 
@@ -97,10 +98,8 @@ private:
             return;
         const bool regular = stat(photo.output.c_str(), &status) == 0 && S_ISREG(status.st_mode);
         switch (m_options.existing) {
-        case Existing::Fail:
-            refuse(photo, "the output " + photo.output + " exists already");
-            return;
-        case Existing::Skip: skip(photo, "the output exists already"); return;
+        case Existing::Fail: refuse(photo, OutputExists(photo.output).what()); return;
+        case Existing::Skip: skip(photo, OutputExists::skipped); return;
         case Existing::RedoOlder:
             if (regular && !isOlderThanPhoto(status, photo)) {
                 skip(photo, "the output is not older");

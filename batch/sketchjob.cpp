@@ -218,8 +218,9 @@ PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, Memor
         result.status = Status::Done;
     } catch (const OutputExists &error) {
         // Another process was faster.
-        result.status = leavesExisting(options) ? Status::Skipped : Status::Failed;
-        result.reason = error.what();
+        const bool isLeft = leavesExisting(options);
+        result.status = isLeft ? Status::Skipped : Status::Failed;
+        result.reason = isLeft ? OutputExists::skipped : error.what();
     } catch (const std::bad_alloc &) {
         result.reason = "needs more memory than there is";
     } catch (const std::exception &error) {

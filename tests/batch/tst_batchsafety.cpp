@@ -49,7 +49,9 @@ void tst_BatchSafety::existingOutputFails()
     batch.write("a-sketch.jpg", "mine");
     const auto outcome = batch.run({"a.jpg"});
     COMPARE_EXIT(outcome, 1);
-    QCOMPARE(outcome.errors, QByteArray("a.jpg: the output a-sketch.jpg exists already\n"));
+    QCOMPARE(outcome.errors,
+             QByteArray("a.jpg: the output a-sketch.jpg exists already; --overwrite "
+                        "replaces it, --skip-existing leaves it\n"));
     QCOMPARE(batch.contents("a-sketch.jpg"), "mine");
     QVERIFY(QFile::link("nowhere", batch.path("b.jpg")));
     COMPARE_EXIT(batch.run({"-o", "b.jpg", "a.jpg"}), 1);

@@ -214,7 +214,8 @@ void tst_BatchOptions::dryRunWritesNothing()
     COMPARE_EXIT(blocked, 1);
     QCOMPARE(blocked.errors,
              QByteArray("a.jpg -> out/a.jpg\n"
-                        "b.jpg: the output out/b.jpg exists already\n"));
+                        "b.jpg: the output out/b.jpg exists already; --overwrite "
+                        "replaces it, --skip-existing leaves it\n"));
     const auto skipping =
         batch.run({"-n", "--skip-existing", "--output-dir", "out", "a.jpg", "b.jpg"});
     COMPARE_EXIT(skipping, 0);
