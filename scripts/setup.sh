@@ -2,7 +2,7 @@
 # top folder of the tree.
 
 # What building and showing the programs takes.
-run_packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
+run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
     qt6-wayland libhwy-dev libexiv2-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
     libdeflate-dev zlib1g-dev fonts-dejavu-core x11-utils)
 # What the tests and benchmarks take beyond that.
@@ -47,12 +47,20 @@ install_packages() {
     exit 1
 }
 
+# Takes compiled files from a cache within the tree, so that they serve a copy of the
+# tree, too. Whoever names a launcher, or a cache, keeps it.
+use_ccache() {
+    export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
+    [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER+named} ]] && command -v ccache >/dev/null || return 0
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
+}
+
 # configure PRESET: looks again for what has been installed since.
 configure() {
-    (cd "$root" && cmake --preset "$1" >&2)
+    (use_ccache && cd "$root" && cmake --preset "$1" >&2)
 }
 
 # build PRESET TARGET: builds what has changed.
 build() {
-    (cd "$root" && cmake --build --preset "$1" --target "$2" -- --quiet >&2)
+    (use_ccache && cd "$root" && cmake --build --preset "$1" --target "$2" -- --quiet >&2)
 }
