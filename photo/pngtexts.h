@@ -16,4 +16,5 @@ constexpr qint64 mostPackedTextBytes = 64'000'000;
 // mostPackedTextBytes. The device must stand at the file's beginning and is put
 // back there.
 qint64 packedTextBytes(QIODevice &device);
+
 } // namespace photo

@@ -1,4 +1,4 @@
-#include "app/directwrite.h"
+#include "photo/directwrite.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,7 +17,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "app/photofile.h"
+#include "photo/photofile.h"
 #include "tests/support/pictures.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
@@ -200,12 +200,12 @@ void DirectWriteTest::closedFolder()
     bool claimed = false;
     {
         const process::OrdinaryUser user;
-        claimed = writeSketch(large, path(name));
+        claimed = photo::writeSketch(large, path(name));
     }
     setMode(m_folder->path(), 0700);
     QCOMPARE(claimed, written);
     if (written) {
-        QVERIFY(writeSketch(large, path(QStringLiteral("new.png"))));
+        QVERIFY(photo::writeSketch(large, path(QStringLiteral("new.png"))));
         QCOMPARE(contentOf(path(name)), contentOf(path(QStringLiteral("new.png"))));
         QCOMPARE(pictures::difference(QImage(path(name)), large), QString());
     } else {
@@ -223,7 +223,7 @@ void DirectWriteTest::fullDiskKeepsTheFormerFile()
     {
         const process::OrdinaryUser user;
         const process::ResourceLimit limit(RLIMIT_FSIZE, 1000);
-        QVERIFY(!writeSketch(large, target));
+        QVERIFY(!photo::writeSketch(large, target));
     }
     setMode(m_folder->path(), 0700);
     QCOMPARE(contentOf(target), QByteArray("former"));
@@ -240,7 +240,7 @@ void DirectWriteTest::nobodysBusinessInASharedFolder()
     setMode(m_folder->path(), 01777);
     {
         const process::OrdinaryUser user;
-        QVERIFY(writeSketch(large, target));
+        QVERIFY(photo::writeSketch(large, target));
     }
     QCOMPARE(pictures::difference(QImage(target), large), QString());
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
@@ -250,7 +250,7 @@ void DirectWriteTest::pipeGetsThePicture()
 {
     const QString pipe = makePipe();
     PipeReader reader(pipe, PipeReader::ToTheEnd);
-    QVERIFY(writeSketch(large, pipe));
+    QVERIFY(photo::writeSketch(large, pipe));
     reader.finish();
     QCOMPARE(pictures::difference(QImage::fromData(reader.content), large), QString());
     QCOMPARE(kindOf(pipe), mode_t(S_IFIFO));
@@ -259,7 +259,7 @@ void DirectWriteTest::pipeGetsThePicture()
 void DirectWriteTest::pipeThatNobodyReads()
 {
     const QString pipe = makePipe();
-    QVERIFY(!writeSketch(large, pipe));
+    QVERIFY(!photo::writeSketch(large, pipe));
     QCOMPARE(kindOf(pipe), mode_t(S_IFIFO));
 }
 
@@ -268,7 +268,7 @@ void DirectWriteTest::pipeWhoseReaderLeaves()
 {
     const QString pipe = makePipe();
     const PipeReader reader(pipe, PipeReader::OnePiece);
-    QVERIFY(!writeSketch(large, pipe));
+    QVERIFY(!photo::writeSketch(large, pipe));
     QCOMPARE(kindOf(pipe), mode_t(S_IFIFO));
 }
 
@@ -276,7 +276,7 @@ void DirectWriteTest::pipeWhoseReaderSleeps()
 {
     const QString pipe = makePipe();
     const int reader = open(QFile::encodeName(pipe).constData(), O_RDONLY | O_NONBLOCK);
-    QVERIFY(!writeSketch(large, pipe));
+    QVERIFY(!photo::writeSketch(large, pipe));
     close(reader);
 }
 
@@ -286,7 +286,7 @@ void DirectWriteTest::unknownSuffixWritesNothing()
     const QString other = path(QStringLiteral("pipe.xyz"));
     QVERIFY(QFile::rename(pipe, other));
     const int reader = open(QFile::encodeName(other).constData(), O_RDONLY | O_NONBLOCK);
-    QVERIFY(!writeSketch(small, other));
+    QVERIFY(!photo::writeSketch(small, other));
     QCOMPARE(readSome(reader), QByteArray());
     close(reader);
     QCOMPARE(kindOf(other), mode_t(S_IFIFO));
@@ -297,7 +297,7 @@ void DirectWriteTest::terminalGetsThePicture()
     const Terminal terminal;
     const QString link = path(QStringLiteral("terminal.png"));
     QVERIFY(QFile::link(terminal.device, link));
-    QVERIFY(writeSketch(small, link));
+    QVERIFY(photo::writeSketch(small, link));
     QCOMPARE(pictures::difference(QImage::fromData(terminal.text()), small), QString());
     QCOMPARE(kindOf(link), mode_t(S_IFCHR));
 }
@@ -308,16 +308,16 @@ void DirectWriteTest::deviceStays()
     QVERIFY(QFile::link(QStringLiteral("/dev/null"), link));
     setMode(m_folder->path(), 0755);
     const process::OrdinaryUser user; // root could put a file in the device's place
-    QVERIFY(writeSketch(large, link));
+    QVERIFY(photo::writeSketch(large, link));
     QCOMPARE(kindOf(link), mode_t(S_IFCHR));
 }
 
 void DirectWriteTest::missingFileStaysMissing()
 {
     const QString target = path(QStringLiteral("sketch.png"));
-    QVERIFY(!writeDirectly(target, "content"));
+    QVERIFY(!photo::writeDirectly(target, "content"));
     QVERIFY(!QFile::exists(target));
-    QVERIFY(!writeDirectly(m_folder->path(), "content"));
+    QVERIFY(!photo::writeDirectly(m_folder->path(), "content"));
 }
 
 CRAYVELL_TEST_MAIN(DirectWriteTest)
