@@ -1,5 +1,6 @@
 #include "batch/atomicfile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "batch/outputerrors.h"
 #include "batch/temporaries.h"
 
 namespace batch {
@@ -26,11 +28,15 @@ constexpr int attempts = 100; // at a name that nobody has
     throw photo::PhotoError(std::string(what) + ": " + std::strerror(error));
 }
 
+bool isLink(const std::string &path)
+{
+    std::error_code error;
+    return fs::is_symlink(path, error);
+}
+
 std::string targetOf(const std::string &path)
 {
     std::error_code error;
-    if (!fs::is_symlink(path, error))
-        return path;
     const fs::path target = fs::canonical(path, error);
     if (error)
         throw photo::PhotoError("the output is a link that leads nowhere");
@@ -45,72 +51,99 @@ void makeFolder(const std::string &folder)
         throw photo::PhotoError("cannot make the folder " + folder + ": " + error.message());
 }
 
+// Of a call that the file system does not know, or does not know in this way.
+bool isUnsupported(int error)
+{
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
+}
+
 // The way to an open file that has no name.
 std::string descriptorPath(int descriptor)
 {
     return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
+std::string unusedName()
+{
+    static thread_local std::mt19937_64 random {std::random_device {}()};
+    char name[40];
+    std::snprintf(name, sizeof name, ".crayvell-%016llx",
+                  static_cast<unsigned long long>(random()));
+    return name;
+}
+
 } // namespace
 
-AtomicFile::AtomicFile(const std::string &path)
-    : m_path(targetOf(path))
-    , m_folder(fs::absolute(m_path).parent_path().native())
+AtomicFile::Descriptor::~Descriptor()
 {
-    makeFolder(m_folder);
-    m_descriptor = open(m_folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, ordinaryMode);
+    release();
+}
+
+bool AtomicFile::Descriptor::release()
+{
+    return number < 0 || close(std::exchange(number, -1)) == 0;
+}
+
+AtomicFile::AtomicFile(const std::string &path)
+    : m_path(path)
+    , m_isLink(isLink(path))
+{
+    const std::string target = m_isLink ? targetOf(path) : path;
+    const std::size_t slash = target.rfind('/');
+    m_name = slash == std::string::npos ? target : target.substr(slash + 1);
+    openFolder(slash == std::string::npos ? "."
+                                          : target.substr(0, std::max<std::size_t>(slash, 1)));
+    m_file.number = openat(m_folder.number, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, ordinaryMode);
     // Network and older file systems, and a machine without /proc, cannot.
-    if (m_descriptor >= 0 && access(descriptorPath(m_descriptor).c_str(), F_OK) == 0)
+    if (m_file.number >= 0 && access(descriptorPath(m_file.number).c_str(), F_OK) == 0)
         return;
-    if (m_descriptor >= 0)
-        close(std::exchange(m_descriptor, -1));
+    m_file.release();
     openNamed();
 }
 
 AtomicFile::~AtomicFile()
 {
-    if (m_descriptor >= 0)
-        close(m_descriptor);
     if (m_temporary.empty())
         return;
     Temporaries &temporaries = Temporaries::instance();
     temporaries.during([&] {
-        unlink(m_temporary.c_str());
-        temporaries.drop(m_temporary);
+        unlinkat(m_folder.number, m_temporary.c_str(), 0);
+        temporaries.drop(m_folder.number, m_temporary);
     });
 }
 
-std::string AtomicFile::unusedName() const
+void AtomicFile::openFolder(const std::string &folder)
 {
-    static thread_local std::mt19937_64 random {std::random_device {}()};
-    char name[40];
-    std::snprintf(name, sizeof name, "/.crayvell-%016llx",
-                  static_cast<unsigned long long>(random()));
-    return m_folder + name;
+    if (folder != ".")
+        makeFolder(folder);
+    m_folder.number = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (m_folder.number < 0)
+        fail("cannot write to the folder of the output");
 }
 
 void AtomicFile::openNamed()
 {
     Temporaries &temporaries = Temporaries::instance();
     temporaries.during([&] {
-        for (int i = 0; i < attempts && m_descriptor < 0; ++i) {
-            m_temporary = unusedName();
-            m_descriptor =
-                open(m_temporary.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, ordinaryMode);
-            if (m_descriptor < 0 && errno != EEXIST)
+        std::string name;
+        for (int i = 0; i < attempts && m_file.number < 0; ++i) {
+            name = unusedName();
+            m_file.number = openat(m_folder.number, name.c_str(),
+                                   O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, ordinaryMode);
+            if (m_file.number < 0 && errno != EEXIST)
                 break;
         }
-        if (m_descriptor >= 0)
-            temporaries.add(m_temporary);
+        if (m_file.number < 0)
+            fail("cannot write to the folder of the output");
+        m_temporary = name;
+        temporaries.add(m_folder.number, name);
     });
-    if (m_descriptor < 0)
-        fail("cannot write to the folder of the output");
 }
 
 void AtomicFile::write(const unsigned char *bytes, std::size_t count)
 {
     while (count > 0) {
-        const ssize_t written = ::write(m_descriptor, bytes, count);
+        const ssize_t written = ::write(m_file.number, bytes, count);
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
@@ -123,92 +156,140 @@ void AtomicFile::write(const unsigned char *bytes, std::size_t count)
 void AtomicFile::setTimes(const timespec &access, const timespec &modification)
 {
     const timespec times[2] = {access, modification};
-    if (futimens(m_descriptor, times) != 0)
+    if (futimens(m_file.number, times) != 0)
         fail("cannot keep the photo's time");
 }
 
 void AtomicFile::synchronise()
 {
-    if (fsync(m_descriptor) != 0)
+    if (fsync(m_file.number) != 0)
         fail("cannot write the output");
 }
 
-void AtomicFile::takeOverMode()
+bool AtomicFile::isThere(const KnownFile &file, struct stat &status) const
 {
-    struct stat old
-    {
-    };
-    if (stat(m_path.c_str(), &old) != 0)
-        return;
-    if (!S_ISREG(old.st_mode))
-        throw photo::PhotoError("the output is no regular file");
-    if (fchmod(m_descriptor, old.st_mode & 07777) != 0)
-        fail("cannot keep the permissions of the output");
+    if (fstatat(m_folder.number, m_name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno != ENOENT)
+            fail("cannot replace the output");
+        return false;
+    }
+    if (!file.is(status, m_isLink))
+        throw OutputChanged();
+    return true;
 }
 
-void AtomicFile::publish(bool replace)
+void AtomicFile::publish(const std::optional<KnownFile> &replaced)
 {
-    if (replace)
-        takeOverMode();
+    struct stat status
+    {
+    };
+    if (replaced && isThere(*replaced, status)
+        && fchmod(m_file.number, status.st_mode & 07777) != 0)
+        fail("cannot keep the permissions of the output");
+    // A network file system may tell only now that it is full. A file without a
+    // name would end here.
+    if (!m_temporary.empty() && !m_file.release())
+        fail("cannot write the output");
     Temporaries::instance().during([&] {
-        if (m_temporary.empty())
-            publishUnnamed(replace);
+        if (replaced && isThere(*replaced, status))
+            replace();
         else
-            publishNamed(replace);
+            publishNew();
     });
 }
 
-void AtomicFile::publishUnnamed(bool replace)
+bool AtomicFile::linkTo(const std::string &name) const
 {
-    const std::string source = descriptorPath(m_descriptor);
-    const auto linkTo = [&](const std::string &name) {
-        return linkat(AT_FDCWD, source.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
-    };
-    if (linkTo(m_path))
-        return;
-    if (errno != EEXIST)
-        fail("cannot write the output");
-    if (!replace)
-        throw OutputExists(m_path);
+    if (!m_temporary.empty())
+        return linkat(m_folder.number, m_temporary.c_str(), m_folder.number, name.c_str(), 0) == 0;
+    return linkat(AT_FDCWD, descriptorPath(m_file.number).c_str(), m_folder.number, name.c_str(),
+                  AT_SYMLINK_FOLLOW)
+        == 0;
+}
+
+// From one name within the folder to another, whatever had that.
+bool AtomicFile::renameTo(const std::string &name) const
+{
+    return renameat(m_folder.number, m_temporary.c_str(), m_folder.number, name.c_str()) == 0;
+}
+
+void AtomicFile::replace()
+{
     // A link cannot replace a name, a renaming can.
-    std::string between = unusedName();
-    for (int i = 0; !linkTo(between); ++i, between = unusedName()) {
+    if (m_temporary.empty())
+        nameIt();
+    // A renaming replaces the name, not what a link of that name leads to.
+    if (!renameTo(m_name))
+        fail("cannot replace the output");
+    forgetTemporary();
+}
+
+void AtomicFile::nameIt()
+{
+    std::string name = unusedName();
+    for (int i = 0; !linkTo(name); ++i, name = unusedName()) {
         if (errno != EEXIST || i == attempts)
             fail("cannot write the output");
     }
-    if (rename(between.c_str(), m_path.c_str()) != 0) {
-        const int error = errno;
-        unlink(between.c_str());
-        fail("cannot replace the output", error);
-    }
+    m_temporary = name;
+    Temporaries::instance().add(m_folder.number, m_temporary);
 }
 
-void AtomicFile::publishNamed(bool replace)
+void AtomicFile::forgetTemporary()
 {
-    // A network file system may tell only now that it is full.
-    const int descriptor = m_descriptor;
-    m_descriptor = -1;
-    if (close(descriptor) != 0)
-        fail("cannot write the output");
-    if (replace) {
-        if (rename(m_temporary.c_str(), m_path.c_str()) != 0)
-            fail("cannot replace the output");
-    } else {
-        int failed =
-            renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), RENAME_NOREPLACE);
-        // Where the file system has no such renaming, a link never replaces either.
-        if (failed && errno == EINVAL) {
-            failed = link(m_temporary.c_str(), m_path.c_str());
-            if (!failed)
-                unlink(m_temporary.c_str());
-        }
-        if (failed && errno == EEXIST)
-            throw OutputExists(m_path);
-        if (failed)
-            fail("cannot write the output");
-    }
-    Temporaries::instance().drop(m_temporary);
+    Temporaries::instance().drop(m_folder.number, m_temporary);
     m_temporary.clear();
+}
+
+void AtomicFile::publishNew()
+{
+    if (m_temporary.empty()) {
+        if (!linkTo(m_name))
+            failNew();
+        return;
+    }
+    if (renameat2(m_folder.number, m_temporary.c_str(), m_folder.number, m_name.c_str(),
+                  RENAME_NOREPLACE)
+        != 0) {
+        if (!isUnsupported(errno))
+            failNew();
+        linkNew();
+    }
+    forgetTemporary();
+}
+
+// Where the file system has no renaming that spares what is there, a link never
+// replaces either.
+void AtomicFile::linkNew()
+{
+    if (linkTo(m_name))
+        unlinkat(m_folder.number, m_temporary.c_str(), 0);
+    else if (isUnsupported(errno))
+        claimNew();
+    else
+        failNew();
+}
+
+// The last way, on file systems without links: an empty file takes the name,
+// which only one can do, and is replaced at once.
+void AtomicFile::claimNew()
+{
+    const Descriptor claim {
+        openat(m_folder.number, m_name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600)};
+    if (claim.number < 0)
+        failNew();
+    if (renameTo(m_name))
+        return;
+    const int error = errno;
+    unlinkat(m_folder.number, m_name.c_str(), 0);
+    fail("cannot write the output", error);
+}
+
+void AtomicFile::failNew() const
+{
+    if (errno == EEXIST)
+        throw OutputExists(m_path);
+    fail("cannot write the output");
 }
 
 } // namespace batch

@@ -1,27 +1,13 @@
 #pragma once
 
 #include <ctime>
+#include <optional>
 #include <string>
 
+#include "batch/knownfile.h"
 #include "photo/encode/bytesink.h"
-#include "photo/photoerror.h"
 
 namespace batch {
-
-// The output came into being, or was there already, and may not be replaced.
-class OutputExists : public photo::PhotoError
-{
-public:
-    // Why the photo is left out where that was asked for.
-    static constexpr const char *skipped = "the output exists already";
-
-    explicit OutputExists(const std::string &output)
-        : PhotoError("the output " + output
-                     + " exists already; --overwrite replaces it, "
-                       "--skip-existing leaves it")
-    {
-    }
-};
 
 // A file that appears under its name in one step, when it is complete. Until
 // then it has no name at all where the file system can do that, and otherwise a
@@ -41,22 +27,40 @@ public:
     void setTimes(const timespec &access, const timespec &modification);
     void synchronise();
 
-    // Without replace, throws OutputExists where the name is taken, even when it
-    // was taken a moment ago; with it, replaces a regular file and keeps its
-    // permissions.
-    void publish(bool replace);
+    // Without a file to replace, throws OutputExists where the name is taken,
+    // even when it was taken a moment ago. Otherwise replaces that file and keeps
+    // its permissions, and throws OutputChanged where the name leads elsewhere.
+    // Where the file to replace is gone, the name counts as free.
+    void publish(const std::optional<KnownFile> &replaced);
 
 private:
-    void openNamed();
-    std::string unusedName() const;
-    void publishUnnamed(bool replace);
-    void publishNamed(bool replace);
-    void takeOverMode();
+    struct Descriptor
+    {
+        ~Descriptor();
+        bool release(); // false where closing failed
 
-    std::string m_path;
-    std::string m_folder;
+        int number = -1;
+    };
+
+    void openFolder(const std::string &folder);
+    void openNamed();
+    bool isThere(const KnownFile &file, struct stat &status) const;
+    bool linkTo(const std::string &name) const;
+    bool renameTo(const std::string &name) const;
+    void replace();
+    void nameIt();
+    void forgetTemporary();
+    void publishNew();
+    void linkNew();
+    void claimNew();
+    [[noreturn]] void failNew() const;
+
+    std::string m_path; // as it was given
+    std::string m_name; // of the file, in its folder
     std::string m_temporary; // empty: the file has no name yet
-    int m_descriptor = -1;
+    bool m_isLink; // the path that was given
+    Descriptor m_folder; // names within it stay true when the path to it changes
+    Descriptor m_file;
 };
 
 } // namespace batch

@@ -32,7 +32,7 @@ PhotoResult plannedResult(const PlannedPhoto &photo)
 {
     PhotoResult result;
     result.reason = photo.reason;
-    result.replaces = photo.replaces;
+    result.replaces = photo.replaced.has_value();
     if (photo.step == PlannedPhoto::Step::Sketch)
         result.status = Status::Planned;
     else if (photo.step == PlannedPhoto::Step::Skip)

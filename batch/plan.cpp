@@ -5,8 +5,8 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "batch/atomicfile.h"
 #include "batch/cli/commandline.h"
+#include "batch/outputerrors.h"
 #include "photo/photoformat.h"
 
 namespace batch {
@@ -78,7 +78,7 @@ private:
     void addPhoto(const InputPhoto &input)
     {
         if (!input.problem.empty()) {
-            m_photos.push_back({input.path, {}, Step::Fail, input.problem, false});
+            m_photos.push_back({input.path, {}, Step::Fail, input.problem, {}});
             return;
         }
         struct stat status
@@ -86,7 +86,7 @@ private:
         };
         if (input.path != "-" && stat(input.path.c_str(), &status) == 0)
             m_byIdentity.try_emplace({status.st_dev, status.st_ino}, m_photos.size());
-        m_photos.push_back({input.path, outputOf(input, m_options), Step::Sketch, {}, false});
+        m_photos.push_back({input.path, outputOf(input, m_options), Step::Sketch, {}, {}});
     }
 
     void settleExisting(PlannedPhoto &photo) const
@@ -96,6 +96,7 @@ private:
         };
         if (lstat(photo.output.c_str(), &status) != 0)
             return;
+        const bool isLink = S_ISLNK(status.st_mode);
         const bool regular = stat(photo.output.c_str(), &status) == 0 && S_ISREG(status.st_mode);
         switch (m_options.existing) {
         case Existing::Fail: refuse(photo, OutputExists(photo.output).what()); return;
@@ -108,9 +109,10 @@ private:
             break;
         case Existing::Overwrite: break;
         }
-        if (!regular)
+        if (regular)
+            photo.replaced.emplace(status, isLink);
+        else
             refuse(photo, "the output " + photo.output + " is no regular file");
-        photo.replaces = regular;
     }
 
     static bool isOlderThanPhoto(const struct stat &output, const PlannedPhoto &photo)

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
+
 #include "batch/inputlist.h"
+#include "batch/knownfile.h"
 
 namespace batch {
 
@@ -18,7 +21,7 @@ struct PlannedPhoto
     std::string output;
     Step step = Step::Sketch;
     std::string reason; // for everything but Sketch
-    bool replaces = false; // an output that may be overwritten
+    std::optional<KnownFile> replaced; // an output that may be overwritten
 };
 
 // Finds the output of every photo and what is in its way, without writing

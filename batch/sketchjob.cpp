@@ -8,13 +8,14 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "batch/atomicfile.h"
+#include "batch/outputerrors.h"
 #include "batch/sketchrows.h"
 #include "photo/encode/sketchencoder.h"
 #include "photo/exif.h"
-#include "photo/photoerror.h"
 
 namespace batch {
 
@@ -132,7 +133,7 @@ private:
             output.setTimes(m_input.accessTime(), m_input.modificationTime());
         if (m_options.synchronise)
             output.synchronise();
-        output.publish(m_photo.replaces);
+        output.publish(m_photo.replaced);
     }
 
     void encodeInto(photo::ByteSink &sink)
@@ -208,6 +209,14 @@ bool leavesExisting(const Options &options)
     return options.existing == Existing::Skip || options.existing == Existing::RedoOlder;
 }
 
+bool isPlainFile(const std::string &path)
+{
+    struct stat status
+    {
+    };
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+}
+
 } // namespace
 
 PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, MemoryGate &memory)
@@ -221,6 +230,11 @@ PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, Memor
         const bool isLeft = leavesExisting(options);
         result.status = isLeft ? Status::Skipped : Status::Failed;
         result.reason = isLeft ? OutputExists::skipped : error.what();
+    } catch (const OutputChanged &error) {
+        // Another run may have redone it; what is there now is the user's either way.
+        const bool isRedone = options.existing == Existing::RedoOlder && isPlainFile(photo.output);
+        result.status = isRedone ? Status::Skipped : Status::Failed;
+        result.reason = error.what();
     } catch (const std::bad_alloc &) {
         result.reason = "needs more memory than there is";
     } catch (const std::exception &error) {

@@ -20,8 +20,8 @@ void Temporaries::during(const std::function<void()> &step)
 void Temporaries::abandon()
 {
     m_lock.lock(); // and never unlocked
-    for (const std::string &path : m_paths)
-        unlink(path.c_str());
+    for (const auto &[folder, name] : m_names)
+        unlinkat(folder, name.c_str(), 0);
 }
 
 } // namespace batch

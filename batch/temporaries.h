@@ -4,6 +4,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace batch {
 
@@ -17,8 +18,9 @@ public:
 
     // Runs a step, which may call add() and drop(), under the lock.
     void during(const std::function<void()> &step);
-    void add(const std::string &path) { m_paths.insert(path); }
-    void drop(const std::string &path) { m_paths.erase(path); }
+    // A name within an open folder, which stays open until the name is dropped.
+    void add(int folder, const std::string &name) { m_names.emplace(folder, name); }
+    void drop(int folder, const std::string &name) { m_names.erase({folder, name}); }
 
     // Removes all that are left and lets no further step begin; for the end of
     // the process.
@@ -26,7 +28,7 @@ public:
 
 private:
     std::mutex m_lock;
-    std::set<std::string> m_paths;
+    std::set<std::pair<int, std::string>> m_names;
 };
 
 } // namespace batch

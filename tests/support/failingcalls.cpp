@@ -1,0 +1,157 @@
+// Loaded into a program before the system's own library (LD_PRELOAD), it makes
+// calls fail or things happen at a given moment. What it does is chosen by
+// environment variables:
+//
+//   FAILING_CALLS     words out of: unnamed (files without a name), renameat2
+//                     (EINVAL), renameat2-missing (ENOSYS), link (EPERM), thread=N
+//                     (no thread after the first N)
+//   AT_CALL           fsync, or the end of a file's name that is opened for reading
+//   RUN_AT_CALL       the shell command that runs at the first such call
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+namespace {
+
+std::string_view variable(const char *name)
+{
+    const char *const value = std::getenv(name);
+    return value ? value : "";
+}
+
+bool fails(std::string_view call)
+{
+    const std::string words = " " + std::string(variable("FAILING_CALLS")) + " ";
+    return words.find(" " + std::string(call) + " ") != std::string::npos;
+}
+
+template <typename Function> Function *next(const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+void runOnce()
+{
+    static std::atomic<bool> hasRun = false;
+    if (hasRun.exchange(true))
+        return;
+    const std::string command(variable("RUN_AT_CALL"));
+    unsetenv("LD_PRELOAD"); // not in the command
+    if (std::system(command.c_str()) != 0)
+        _exit(99);
+}
+
+bool isUnnamed(int flags)
+{
+    return (flags & O_TMPFILE) == O_TMPFILE;
+}
+
+// Before any opening. False where it is to fail.
+bool allowOpening(const char *path, int flags)
+{
+    const std::string_view moment = variable("AT_CALL");
+    if (!moment.empty() && (flags & O_ACCMODE) == O_RDONLY && !(flags & (O_PATH | O_DIRECTORY))
+        && std::string_view(path).ends_with(moment))
+        runOnce();
+    if (!isUnnamed(flags) || !fails("unnamed"))
+        return true;
+    errno = EOPNOTSUPP;
+    return false;
+}
+
+mode_t modeIn(int flags, va_list arguments)
+{
+    return flags & (O_CREAT | O_TMPFILE) ? va_arg(arguments, mode_t) : 0;
+}
+
+} // namespace
+
+extern "C" {
+
+#define REPLACE_OPEN(name) \
+    int name(const char *path, int flags, ...) \
+    { \
+        va_list arguments; \
+        va_start(arguments, flags); \
+        const mode_t mode = modeIn(flags, arguments); \
+        va_end(arguments); \
+        return allowOpening(path, flags) \
+            ? next<int(const char *, int, ...)>(#name)(path, flags, mode) \
+            : -1; \
+    }
+
+#define REPLACE_OPENAT(name) \
+    int name(int folder, const char *path, int flags, ...) \
+    { \
+        va_list arguments; \
+        va_start(arguments, flags); \
+        const mode_t mode = modeIn(flags, arguments); \
+        va_end(arguments); \
+        return allowOpening(path, flags) \
+            ? next<int(int, const char *, int, ...)>(#name)(folder, path, flags, mode) \
+            : -1; \
+    }
+
+REPLACE_OPEN(open)
+REPLACE_OPEN(open64)
+REPLACE_OPENAT(openat)
+REPLACE_OPENAT(openat64)
+
+int fsync(int descriptor)
+{
+    if (variable("AT_CALL") == "fsync")
+        runOnce();
+    return next<int(int)>("fsync")(descriptor);
+}
+
+int renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
+{
+    if (fails("renameat2") || fails("renameat2-missing")) {
+        errno = fails("renameat2") ? EINVAL : ENOSYS;
+        return -1;
+    }
+    using Call = int(int, const char *, int, const char *, unsigned);
+    return next<Call>("renameat2")(fromFolder, from, toFolder, to, flags);
+}
+
+int link(const char *from, const char *to)
+{
+    if (fails("link")) {
+        errno = EPERM;
+        return -1;
+    }
+    return next<int(const char *, const char *)>("link")(from, to);
+}
+
+int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
+{
+    if (fails("link")) {
+        errno = EPERM;
+        return -1;
+    }
+    using Call = int(int, const char *, int, const char *, int);
+    return next<Call>("linkat")(fromFolder, from, toFolder, to, flags);
+}
+
+int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*function)(void *),
+                   void *argument)
+{
+    static std::atomic<int> started = 0;
+    const std::string_view words = variable("FAILING_CALLS");
+    if (const std::size_t at = words.find("thread="); at != std::string_view::npos) {
+        if (started++ >= std::atoi(words.data() + at + 7))
+            return EAGAIN;
+    }
+    using Call = int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
+    return next<Call>("pthread_create")(thread, attributes, function, argument);
+}
+
+} // extern "C"
