@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "batch/atomicfile.h"
+#include "batch/cli/standardstreams.h"
 #include "batch/outputerrors.h"
 #include "batch/sketchrows.h"
 #include "photo/encode/sketchencoder.h"
@@ -31,15 +32,8 @@ public:
     }
     void flush() const
     {
-        for (std::size_t at = 0; at < m_bytes.size();) {
-            const ssize_t count = ::write(STDOUT_FILENO, m_bytes.data() + at, m_bytes.size() - at);
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count < 0)
-                throw photo::PhotoError(std::string("cannot write the output: ")
-                                        + std::strerror(errno));
-            at += static_cast<std::size_t>(count);
-        }
+        if (!writeFully(STDOUT_FILENO, m_bytes.data(), m_bytes.size()))
+            throw photo::PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
     }
 
 private:
@@ -239,6 +233,8 @@ PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, Memor
         result.reason = "needs more memory than there is";
     } catch (const std::exception &error) {
         result.reason = error.what();
+    } catch (...) {
+        result.reason = "cannot be sketched";
     }
     return result;
 }

@@ -4,10 +4,10 @@
 #include <QJsonObject>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -20,6 +20,7 @@ namespace {
 constexpr int narrowestBar = 4;
 constexpr int widestBar = 40;
 constexpr int barText = 48; // columns for the numbers behind the bar
+constexpr std::string_view barEraser = "\r\x1b[K";
 
 bool terminalCanRedraw()
 {
@@ -39,17 +40,6 @@ int terminalColumns()
     winsize size {};
     const bool known = ioctl(messageDescriptor(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : 80;
-}
-
-bool writeAll(int descriptor, const std::string &text)
-{
-    for (std::size_t at = 0; at < text.size();) {
-        const ssize_t count = write(descriptor, text.data() + at, text.size() - at);
-        if (count <= 0 && errno != EINTR)
-            return false; // nobody is listening
-        at += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    }
-    return true;
 }
 
 const char *statusName(Status status)
@@ -90,7 +80,7 @@ std::string lineFor(const std::string &input, const std::string &output, const P
 
 void writeMessage(const std::string &text)
 {
-    writeAll(messageDescriptor(), text);
+    writeFully(messageDescriptor(), text.data(), text.size()); // if anybody is listening
 }
 
 std::string printable(const std::string &name)
@@ -165,7 +155,7 @@ void Reporter::writeJson(const std::string &input, const std::string &output,
         {QStringLiteral("height"), std::max(result.size.height(), 0)},
     };
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-    m_lostJson |= !writeAll(STDOUT_FILENO, line.toStdString());
+    m_lostJson |= !writeFully(STDOUT_FILENO, line.constData(), line.size());
 }
 
 bool Reporter::end()
@@ -191,8 +181,8 @@ std::string Reporter::totals() const
 void Reporter::silence()
 {
     // Never unlocked again.
-    if (m_lock.try_lock_for(std::chrono::milliseconds(200)))
-        clearBar();
+    if (m_lock.try_lock_for(std::chrono::milliseconds(200)) && m_barIsDrawn)
+        writeIfRoom(messageDescriptor(), barEraser.data(), barEraser.size());
 }
 
 void Reporter::writeLine(const std::string &line)
@@ -204,7 +194,7 @@ void Reporter::writeLine(const std::string &line)
 void Reporter::clearBar()
 {
     if (m_barIsDrawn)
-        writeMessage("\r\x1b[K");
+        writeMessage(std::string(barEraser));
     m_barIsDrawn = false;
 }
 

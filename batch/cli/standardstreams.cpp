@@ -1,7 +1,9 @@
 #include "batch/cli/standardstreams.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <initializer_list>
+#include <poll.h>
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -13,6 +15,12 @@ namespace batch {
 namespace {
 
 int messages = STDERR_FILENO;
+
+bool waitFor(int descriptor, short event, int milliseconds)
+{
+    pollfd waiting {descriptor, event, 0};
+    return poll(&waiting, 1, milliseconds) > 0;
+}
 
 // The wrong way round, so that using it fails as it does on a closed stream.
 void plug(int descriptor)
@@ -48,6 +56,33 @@ void settleStandardStreams()
 int messageDescriptor()
 {
     return messages;
+}
+
+bool writeFully(int descriptor, const void *bytes, std::size_t count)
+{
+    const char *at = static_cast<const char *>(bytes);
+    while (count > 0) {
+        const ssize_t written = write(descriptor, at, count);
+        if (written < 0 && errno == EAGAIN)
+            waitFor(descriptor, POLLOUT, -1);
+        else if (written < 0 && errno != EINTR)
+            return false;
+        at += written > 0 ? written : 0;
+        count -= written > 0 ? static_cast<std::size_t>(written) : 0;
+    }
+    return true;
+}
+
+void writeIfRoom(int descriptor, const void *bytes, std::size_t count)
+{
+    constexpr int milliseconds = 200;
+    if (waitFor(descriptor, POLLOUT, milliseconds)) [[maybe_unused]]
+        const ssize_t written = write(descriptor, bytes, count);
+}
+
+void waitForInput(int descriptor)
+{
+    waitFor(descriptor, POLLIN, -1);
 }
 
 } // namespace batch

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace batch {
 
 // Settles the three standard streams, before anything else is opened.
@@ -12,5 +14,16 @@ void settleStandardStreams();
 
 // Where the program's own messages go.
 int messageDescriptor();
+
+// Writes all the bytes, and waits where a descriptor that does not block has no
+// room for them. False where they cannot be written; errno then says why.
+bool writeFully(int descriptor, const void *bytes, std::size_t count);
+
+// Writes a few bytes if there is room for them within a short time.
+void writeIfRoom(int descriptor, const void *bytes, std::size_t count);
+
+// Waits until a descriptor that does not block, and just refused to be read, has
+// something to read.
+void waitForInput(int descriptor);
 
 } // namespace batch
