@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
+#include <string_view>
+#include <unistd.h>
 
 #include "batch/cli/commandline.h"
+#include "batch/cli/standardstreams.h"
 #include "photo/photoformat.h"
 
 namespace batch {
@@ -106,11 +108,20 @@ private:
             // inside the album is no part of the album.
             if (m_options.recursive && !entry.is_symlink(error) && !isOutputFolder(path))
                 scan(path, itsPlace);
+        } else if (isUnreadablePhoto(entry)) {
+            add(path.native());
         } else if (isPhoto(entry)) {
             m_list.photos.push_back({path.native(), itsPlace.native(), {}});
         } else {
             m_list.leftOut.push_back(path.native());
         }
+    }
+
+    // A link that leads nowhere, mostly.
+    static bool isUnreadablePhoto(const fs::directory_entry &entry)
+    {
+        std::error_code error;
+        return !fs::exists(entry.status(error)) && photo::hasPictureSuffix(entry.path().native());
     }
 
     // By content; a file with a picture's suffix counts as well, so that a
@@ -135,30 +146,93 @@ private:
     InputList m_list;
 };
 
-std::string wholeList(const std::string &name)
+// The names of a list, read portion by portion.
+class NameList
 {
-    const auto contents = [](std::istream &stream) {
-        return std::string(std::istreambuf_iterator<char>(stream), {});
-    };
-    if (name == "-")
-        return contents(std::cin);
-    std::ifstream file(name, std::ios::binary);
-    if (!file || fs::is_directory(name))
-        throw UsageError("--files-from: " + name + " cannot be read");
-    return contents(file);
-}
+public:
+    // "-" stands for standard input. Throws UsageError, from here on as well.
+    explicit NameList(const Options &options)
+        : m_name(options.photoList)
+        , m_separator(options.nullSeparated ? '\0' : '\n')
+    {
+        if (m_name == "-")
+            return;
+        m_descriptor = open(m_name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+        if (m_descriptor < 0)
+            failReading();
+    }
+    ~NameList()
+    {
+        if (m_descriptor != STDIN_FILENO)
+            close(m_descriptor);
+    }
+    NameList(const NameList &) = delete;
+    NameList &operator=(const NameList &) = delete;
+
+    template <typename Function> void forEach(Function function)
+    {
+        std::string name;
+        const auto end = [&] {
+            if (!name.empty())
+                function(name);
+            name.clear();
+        };
+        while (readPortion()) {
+            for (std::string_view rest = m_portion; !rest.empty();) {
+                const std::size_t length = std::min(rest.find(m_separator), rest.size());
+                append(name, rest.substr(0, length));
+                if (length < rest.size())
+                    end();
+                rest.remove_prefix(std::min(length + 1, rest.size()));
+            }
+        }
+        end();
+    }
+
+private:
+    [[noreturn]] void fail(const std::string &what) const
+    {
+        throw UsageError("--files-from: " + m_name + " " + what);
+    }
+    [[noreturn]] void failReading() const
+    {
+        fail(std::string("cannot be read: ") + std::strerror(errno));
+    }
+
+    void append(std::string &name, std::string_view text) const
+    {
+        // No system knows names of such a length.
+        constexpr std::size_t longest = 1 << 16;
+        if (name.size() + text.size() > longest)
+            fail("is no list of names");
+        name += text;
+    }
+
+    bool readPortion()
+    {
+        ssize_t count = 0;
+        while ((count = read(m_descriptor, m_buffer, sizeof m_buffer)) < 0) {
+            if (errno == EAGAIN)
+                waitForInput(m_descriptor);
+            else if (errno != EINTR)
+                failReading();
+        }
+        m_portion = {m_buffer, static_cast<std::size_t>(count)};
+        return count > 0;
+    }
+
+    std::string m_name;
+    char m_separator;
+    int m_descriptor = STDIN_FILENO;
+    char m_buffer[1 << 16];
+    std::string_view m_portion;
+};
 
 void addFromList(Collector &collector, const Options &options)
 {
-    const std::string list = wholeList(options.photoList);
-    const char separator = options.nullSeparated ? '\0' : '\n';
-    for (std::size_t start = 0; start < list.size();) {
-        const std::size_t end = std::min(list.find(separator, start), list.size());
-        const std::string name = list.substr(start, end - start);
-        if (!name.empty())
-            collector.add(name == "-" ? "./-" : name); // a file, in a list
-        start = end + 1;
-    }
+    NameList(options).forEach([&](const std::string &name) {
+        collector.add(name == "-" ? "./-" : name); // a file, in a list
+    });
 }
 
 } // namespace

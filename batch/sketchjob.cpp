@@ -33,7 +33,8 @@ public:
     void flush() const
     {
         if (!writeFully(STDOUT_FILENO, m_bytes.data(), m_bytes.size()))
-            throw photo::PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
+            throw photo::PhotoError(std::string("cannot write the output: ")
+                                    + std::strerror(errno));
     }
 
 private:

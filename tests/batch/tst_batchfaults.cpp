@@ -183,10 +183,11 @@ void tst_BatchFaults::refusedByName()
 void tst_BatchFaults::specialFilesAreRefused_data()
 {
     QTest::addColumn<QString>("making");
+    QTest::addColumn<int>("inFolder");
 
-    QTest::newRow("a pipe that nobody writes") << "mkfifo p.jpg";
-    QTest::newRow("an endless device") << "ln -s /dev/zero p.jpg";
-    QTest::newRow("a link to itself") << "ln -s p.jpg p.jpg";
+    QTest::newRow("a pipe that nobody writes") << "mkfifo p.jpg" << 0;
+    QTest::newRow("an endless device") << "ln -s /dev/zero p.jpg" << 0;
+    QTest::newRow("a link to itself") << "ln -s p.jpg p.jpg" << 1;
 }
 
 void tst_BatchFaults::specialFilesAreRefused()
@@ -197,7 +198,8 @@ void tst_BatchFaults::specialFilesAreRefused()
     QElapsedTimer clock;
     clock.start();
     COMPARE_EXIT(batch.run({"p.jpg"}), 1);
-    COMPARE_EXIT(batch.run({"--output-dir", "o", "."}), 0);
+    QFETCH(int, inFolder);
+    COMPARE_EXIT(batch.run({"--output-dir", "o", "."}), inFolder);
     QVERIFY(clock.elapsed() < 20000);
 }
 
