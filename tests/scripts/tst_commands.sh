@@ -62,6 +62,8 @@ check "bench/run: packages cannot be installed" 1 'apt-get install .*libopencv-d
     "${bare[@]}" "$source_folder/bench/run"
 check "arm64/run.sh: unknown option" 2 '^usage: tests/arm64/run.sh' \
     "$source_folder/tests/arm64/run.sh" --fast
+check "firsthour/run.sh: unknown option" 2 '^usage: tests/firsthour/run.sh' \
+    "$source_folder/tests/firsthour/run.sh" --fast
 
 printf '%s passed, %s failed\n' "$passed" "$failed"
 ((failed == 0))
