@@ -1,7 +1,7 @@
 #include "tests/batch/failingcalls.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 // Names that lead elsewhere than they did when the run was planned.
 class tst_BatchChanges : public QObject
