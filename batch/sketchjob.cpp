@@ -76,10 +76,15 @@ public:
         const MemoryGate::Share share(m_memory, checkedNeed());
         QElapsedTimer clock;
         clock.start();
-        if (m_photo.output == "-")
-            writeStandardOutput();
-        else
-            writeFile();
+        try {
+            if (m_photo.output == "-")
+                writeStandardOutput();
+            else
+                writeFile();
+        } catch (const photo::PhotoError &) {
+            m_input.checkUnchanged(); // may know the reason behind that one
+            throw;
+        }
         m_result.milliseconds = clock.elapsed();
     }
 
@@ -117,6 +122,7 @@ private:
     {
         StandardOutput output;
         encodeInto(output);
+        m_input.checkUnchanged();
         output.flush();
     }
 
@@ -124,6 +130,7 @@ private:
     {
         AtomicFile output(m_photo.output);
         encodeInto(output);
+        m_input.checkUnchanged();
         if (m_options.preserveTime && !m_input.isStandardInput())
             output.setTimes(m_input.accessTime(), m_input.modificationTime());
         if (m_options.synchronise)

@@ -1,20 +1,24 @@
 #include "photo/photoinput.h"
 
+#include <QBuffer>
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "photo/photodevice.h"
 #include "photo/photoerror.h"
 
 namespace photo {
 
 namespace {
 
-[[noreturn]] void fail()
+[[noreturn]] void fail(int error)
 {
-    throw PhotoError(std::string("cannot be read: ") + std::strerror(errno));
+    throw PhotoError(std::string("cannot be read: ") + std::strerror(error));
 }
 
 } // namespace
@@ -28,27 +32,37 @@ PhotoInput::PhotoInput(const std::string &name, qint64 mostBytes)
         openFile();
 }
 
+PhotoInput::~PhotoInput() = default;
+
 void PhotoInput::openFile()
 {
     // A pipe must neither be waited for nor, where it can, be opened at all.
     const int descriptor = open(m_name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0)
-        fail();
-    auto file = std::make_unique<QFile>();
-    if (!file->open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        close(descriptor);
-        fail();
-    }
     struct stat status
     {
     };
-    if (fstat(descriptor, &status) != 0)
-        fail();
+    if (descriptor < 0)
+        fail(errno);
+    if (fstat(descriptor, &status) != 0) {
+        const int error = errno;
+        close(descriptor);
+        fail(error);
+    }
+    auto file = std::make_unique<PhotoDevice>(descriptor, status);
     if (!S_ISREG(status.st_mode))
         throw PhotoError("is no regular file");
     m_access = status.st_atim;
     m_modification = status.st_mtim;
+    m_file = file.get();
     m_device = std::move(file);
+}
+
+void PhotoInput::checkUnchanged() const
+{
+    if (m_file && m_file->readError() != 0)
+        fail(m_file->readError());
+    if (m_file && m_file->hasChanged())
+        throw PhotoError("was changed while it was read");
 }
 
 void PhotoInput::readStandardInput(qint64 mostBytes)
@@ -61,8 +75,13 @@ void PhotoInput::readStandardInput(qint64 mostBytes)
         m_bytes.resize(size + std::max<ssize_t>(count, 0));
         if (count < 0 && errno == EINTR)
             continue;
+        if (count < 0 && errno == EAGAIN) { // a pipe that does not block
+            pollfd ready {STDIN_FILENO, POLLIN, 0};
+            poll(&ready, 1, -1);
+            continue;
+        }
         if (count < 0)
-            fail();
+            fail(errno);
         if (count == 0)
             break;
         if (m_bytes.size() > mostBytes) {

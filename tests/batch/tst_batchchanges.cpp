@@ -107,7 +107,10 @@ void tst_BatchChanges::newOutputStays()
         const auto outcome = batch.run({"--fsync", mode, "a.jpg"}, {},
                                        runningAt("fsync", "echo theirs >a-sketch.jpg"));
         COMPARE_EXIT(outcome, 1);
-        QCOMPARE(outcome.errors, QByteArray("a.jpg: the output exists already\n"));
+        QCOMPARE(
+            outcome.errors,
+            QByteArray("a.jpg: the output a-sketch.jpg exists already; --overwrite replaces it, "
+                       "--skip-existing leaves it\n"));
         QCOMPARE(batch.contents("a-sketch.jpg"), "theirs\n");
         QVERIFY(QFile::remove(batch.path("a-sketch.jpg")));
     }

@@ -4,8 +4,10 @@
 //
 //   FAILING_CALLS     words out of: unnamed (files without a name), renameat2
 //                     (EINVAL), renameat2-missing (ENOSYS), link (EPERM), thread=N
-//                     (no thread after the first N)
-//   AT_CALL           fsync, or the end of a file's name that is opened for reading
+//                     (no thread after the first N), read=N (EIO at the N-th read
+//                     from a photo, that is from a file of 100,000 bytes or more)
+//   AT_CALL           fsync, read=N as above, or the end of a file's name that is
+//                     opened for reading
 //   RUN_AT_CALL       the shell command that runs at the first such call
 
 #include <atomic>
@@ -17,6 +19,7 @@
 #include <pthread.h>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -47,6 +50,32 @@ void runOnce()
     unsetenv("LD_PRELOAD"); // not in the command
     if (std::system(command.c_str()) != 0)
         _exit(99);
+}
+
+int numberBehind(std::string_view words, std::string_view name)
+{
+    const std::size_t at = words.find(name);
+    return at == std::string_view::npos ? 0 : std::atoi(words.data() + at + name.size());
+}
+
+// Before a read. False where it is to fail.
+bool allowReading(int descriptor)
+{
+    constexpr off_t smallestPhoto = 100'000;
+    static std::atomic<int> reads = 0;
+    struct stat status
+    {
+    };
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)
+        || status.st_size < smallestPhoto)
+        return true;
+    const int read = ++reads;
+    if (read == numberBehind(variable("AT_CALL"), "read="))
+        runOnce();
+    if (read != numberBehind(variable("FAILING_CALLS"), "read="))
+        return true;
+    errno = EIO;
+    return false;
 }
 
 bool isUnnamed(int flags)
@@ -104,6 +133,24 @@ REPLACE_OPEN(open)
 REPLACE_OPEN(open64)
 REPLACE_OPENAT(openat)
 REPLACE_OPENAT(openat64)
+
+ssize_t read(int descriptor, void *bytes, std::size_t count)
+{
+    return allowReading(descriptor)
+        ? next<ssize_t(int, void *, std::size_t)>("read")(descriptor, bytes, count)
+        : -1;
+}
+
+#define REPLACE_PREAD(name) \
+    ssize_t name(int descriptor, void *bytes, std::size_t count, off_t offset) \
+    { \
+        using Call = ssize_t(int, void *, std::size_t, off_t); \
+        return allowReading(descriptor) ? next<Call>(#name)(descriptor, bytes, count, offset) \
+                                        : -1; \
+    }
+
+REPLACE_PREAD(pread)
+REPLACE_PREAD(pread64)
 
 int fsync(int descriptor)
 {
