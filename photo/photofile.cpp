@@ -1,6 +1,7 @@
 #include "photo/photofile.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QSaveFile>
@@ -8,10 +9,13 @@
 #include <algorithm>
 #include <limits>
 
+#include "photo/announcedpicture.h"
 #include "photo/directwrite.h"
-#include "photo/largepages.h"
 #include "photo/memorybudget.h"
-#include "photo/pngtexts.h"
+#include "photo/photoerror.h"
+#include "photo/photoformat.h"
+#include "photo/photoinput.h"
+#include "photo/readingbounds.h"
 
 namespace photo {
 
@@ -40,10 +44,27 @@ private:
     const int former = QImageReader::allocationLimit();
 };
 
-bool hasTextBomb(const QString &fileName)
+QImage readUpright(PhotoInput &input)
 {
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) && packedTextBytes(file) > mostPackedTextBytes;
+    QIODevice &device = input.device();
+    const PhotoFormat format = contentKind(device.peek(contentProbe), input.name()).format;
+    checkReadingBounds(device, format, JpegReach::WholeFile);
+    QImageReader reader(&device);
+    reader.setAutoTransform(true);
+    const qint64 available = availableMemory();
+    const QSize size = announcedSize(device, format, reader);
+    if (format == PhotoFormat::WebP && size.isEmpty())
+        return {}; // not to be asked of the reader
+    if (photoMemoryNeed(size.width(), size.height()) > available)
+        return {};
+    const AllocationLimit limit(available / 3);
+    QImage picture = pictureToDecodeInto(size, format, reader);
+    if (!reader.read(&picture))
+        return {};
+    input.checkUnchanged();
+    // A format that does not tell its size beforehand meets the limit alone.
+    const bool fits = photoMemoryNeed(picture.width(), picture.height()) <= available;
+    return fits ? picture : QImage();
 }
 
 enum class Replacement {
@@ -74,28 +95,17 @@ Replacement replaceBySketch(const QImage &sketch, const QString &fileName, const
 
 Photo readPhoto(const QString &fileName)
 {
-    // A pipe or a device could keep the window waiting for ever.
-    if (!QFileInfo(fileName).isFile() || hasTextBomb(fileName))
+    try {
+        // A file of this name is no standard input.
+        const QString path = fileName == QLatin1String("-") ? QStringLiteral("./-") : fileName;
+        PhotoInput input(QFile::encodeName(path).toStdString(), 0);
+        QImage picture = readUpright(input);
+        const bool isOpaque = !picture.hasAlphaChannel();
+        picture.convertTo(QImage::Format_ARGB32);
+        return {picture, isOpaque};
+    } catch (const PhotoError &) {
         return {};
-    const qint64 available = availableMemory();
-    QImageReader reader(fileName);
-    reader.setAutoTransform(true);
-    // A format that does not tell its size beforehand meets the limit alone.
-    const QSize size = reader.size();
-    if (photoMemoryNeed(size.width(), size.height()) > available)
-        return {};
-    const AllocationLimit limit(available / 3);
-    // Where the size is known the decoder writes into memory that was asked for
-    // in large pages; otherwise it takes its own.
-    QImage image = size.isValid() ? largeImage(size, reader.imageFormat()) : QImage();
-    if (!reader.read(&image))
-        return {};
-    if (photoMemoryNeed(image.width(), image.height()) > available)
-        return {};
-    const bool isOpaque = !image.hasAlphaChannel();
-    image.setDevicePixelRatio(1); // a name that ends in "@2x" is no icon here
-    image.convertTo(QImage::Format_ARGB32);
-    return {image, isOpaque};
+    }
 }
 
 bool writeSketch(const QImage &sketch, const QString &fileName)

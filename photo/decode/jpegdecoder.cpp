@@ -6,6 +6,7 @@
 
 #include <jerror.h>
 
+#include "photo/jpegsegments.h"
 #include "photo/photoerror.h"
 
 namespace photo {
@@ -13,11 +14,6 @@ namespace photo {
 namespace {
 
 constexpr std::size_t sourceBuffer = 1 << 16;
-
-// Every scan of a progressive file goes through all coefficients: a small file
-// with very many of them would keep a processor busy for hours. Encoders write
-// about ten.
-constexpr int mostScans = 500;
 
 } // namespace
 
@@ -89,7 +85,7 @@ void JpegDecoder::skip(j_decompress_ptr decoder, long count)
 void JpegDecoder::limitScans(j_common_ptr decoder)
 {
     const auto *const jpeg = reinterpret_cast<j_decompress_ptr>(decoder);
-    if (jpeg->input_scan_number > mostScans)
+    if (jpeg->input_scan_number > mostJpegScans)
         static_cast<JpegErrors *>(decoder->err)->giveUp("it has more than 500 scans");
 }
 

@@ -8,7 +8,7 @@
 #include "photo/decode/toolkitdecoder.h"
 #include "photo/photoerror.h"
 #include "photo/photoformat.h"
-#include "photo/pngtexts.h"
+#include "photo/readingbounds.h"
 
 namespace photo {
 
@@ -35,14 +35,6 @@ PhotoHeader readHeader(QIODevice &device, const char *format)
     throw PhotoError("is of the format " + kind.name + ", which is not read");
 }
 
-void checkTexts(QIODevice &device)
-{
-    if (packedTextBytes(device) > mostPackedTextBytes) {
-        throw PhotoError("has texts that unpack to more than the "
-                         + std::to_string(mostPackedTextBytes >> 20) + " MB that are read");
-    }
-}
-
 } // namespace
 
 std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions &options,
@@ -53,13 +45,16 @@ std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions
     const ContentKind kind = contentKind(beginning, input.name());
     if (kind.format == PhotoFormat::Unknown)
         refuse(kind, beginning.isEmpty());
-    if (kind.format == PhotoFormat::Png) {
-        // The toolkit knows no turned ones, and its reader would unpack all texts.
-        checkTexts(device);
+    // A scan too many is noticed when it comes; what stands before the first one must
+    // be bounded before the toolkit looks there for an orientation.
+    checkReadingBounds(device, kind.format, JpegReach::FirstScan);
+    // The toolkit knows no turned PNG or WebP, and its readers would unpack all texts
+    // of the one and make the whole picture of the other to say so.
+    if (kind.format == PhotoFormat::Png)
         return std::make_unique<PngDecoder>(device, options);
-    }
     const char *const format = readerName(kind.format, beginning);
-    header = readHeader(device, format);
+    if (kind.format != PhotoFormat::WebP)
+        header = readHeader(device, format);
     if (kind.format == PhotoFormat::Jpeg)
         return std::make_unique<JpegDecoder>(device, options);
     if (kind.format == PhotoFormat::Tiff) {

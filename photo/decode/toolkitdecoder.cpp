@@ -2,23 +2,19 @@
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <array>
 #include <new>
 
+#include "photo/announcedpicture.h"
 #include "photo/decode/tifffile.h"
 #include "photo/decode/truncation.h"
 #include "photo/photoerror.h"
+#include "photo/webpheader.h"
 
 namespace photo {
 
 namespace {
-
-// Any other is lossless, or may be: then it is decoded into a picture of 32 bits
-// of its own before it is given out.
-bool isLossyWebP(QIODevice &device)
-{
-    return device.peek(16).endsWith("VP8 ");
-}
 
 // A GIF's first picture may be smaller than its screen, which the toolkit makes.
 qint64 gifScreenBytes(QIODevice &device)
@@ -29,15 +25,36 @@ qint64 gifScreenBytes(QIODevice &device)
         * qFromLittleEndian<quint16>(head.data() + 8);
 }
 
-// The largest strip or tile, packed and unpacked.
-qint64 tiffStripBytes(QIODevice &device)
+// What decoding a TIFF takes beside its picture: the largest strip or tile as it is in
+// the file, and unpacked; of one whose planes are apart, as many as there are planes;
+// and where it holds a JPEG, which may be progressive, that one's coefficients.
+qint64 tiffWorkBytes(QIODevice &device)
 {
     const TiffFile file = openTiff(device);
     if (!file)
         return 0;
-    const bool isTiled = TIFFIsTiled(file.get());
-    const qint64 unpacked = isTiled ? TIFFTileSize(file.get()) : TIFFStripSize(file.get());
-    return largestStripInFile(file.get()) + unpacked;
+    TIFF *const tiff = file.get();
+    const bool isTiled = TIFFIsTiled(tiff);
+    qint64 unpacked = isTiled ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
+    if (tiffValue<uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE)
+        unpacked *= std::max<int>(tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL), 4);
+    if (tiffValue<uint16_t>(tiff, TIFFTAG_COMPRESSION) == COMPRESSION_JPEG)
+        unpacked += unpacked * 2;
+    return largestStripInFile(tiff) + unpacked;
+}
+
+// What the reader takes beside the picture that it gives.
+qint64 workBytes(QIODevice &device, PhotoFormat format)
+{
+    qint64 bytes = 0;
+    if (format == PhotoFormat::Gif)
+        bytes = gifScreenBytes(device);
+    else if (format == PhotoFormat::Tiff)
+        bytes = tiffWorkBytes(device);
+    else if (format == PhotoFormat::WebP) // read as a whole
+        bytes = device.size() + webPWorkBytes(readWebPHeader(device));
+    device.seek(0);
+    return bytes;
 }
 
 } // namespace
@@ -45,43 +62,34 @@ qint64 tiffStripBytes(QIODevice &device)
 ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const char *format,
                                const DecodingOptions &options)
     : m_reader(&device, format)
-    , m_format(kind.name)
+    , m_kind(kind)
 {
     m_reader.setDecideFormatFromContent(false);
     m_reader.setAutoTransform(false);
     if (!options.allowTruncated && isCutShort(device, kind.format))
         throw PhotoError("is truncated");
-    if (kind.format == PhotoFormat::Gif)
-        m_besidePicture = gifScreenBytes(device);
-    if (kind.format == PhotoFormat::Tiff) {
-        m_besidePicture = tiffStripBytes(device);
-        device.seek(0);
-    }
-    const bool isDecodedTwice = kind.format == PhotoFormat::WebP && !isLossyWebP(device);
-    m_size = m_reader.size();
+    m_besidePicture = workBytes(device, kind.format);
+    m_size = announcedSize(device, kind.format, m_reader);
     if (m_size.isEmpty())
-        throw PhotoError("is a damaged " + m_format);
-    if (kind.format == PhotoFormat::WebP) // read as a whole
-        m_besidePicture = device.size();
-    if (isDecodedTwice)
-        m_besidePicture += qint64(m_size.width()) * m_size.height() * 4;
+        throw PhotoError("is a damaged " + m_kind.name);
 }
 
 qint64 ToolkitDecoder::memoryNeed() const
 {
     // Formats that do not tell, and the indexed ones, have at most 32 bits.
-    const QImage::Format format = m_reader.imageFormat();
-    const int bits = std::max(32, QImage::toPixelFormat(format).bitsPerPixel() + 0);
+    int bits = 32;
+    if (m_kind.format != PhotoFormat::WebP)
+        bits = std::max(bits, QImage::toPixelFormat(m_reader.imageFormat()).bitsPerPixel() + 0);
     return qint64(m_size.width()) * m_size.height() * (bits / 8) + m_besidePicture;
 }
 
 void ToolkitDecoder::decode()
 {
-    m_picture = m_reader.read();
-    if (m_picture.isNull())
+    m_picture = pictureToDecodeInto(m_size, m_kind.format, m_reader);
+    if (!m_reader.read(&m_picture) || m_picture.isNull())
         throw PhotoError("cannot be decoded: " + m_reader.errorString().toStdString());
     if (m_picture.size() != m_size)
-        throw PhotoError("is a damaged " + m_format);
+        throw PhotoError("is a damaged " + m_kind.name);
 }
 
 QImage ToolkitDecoder::rows(int first, int count)

@@ -27,7 +27,7 @@ private:
     void decode();
 
     QImageReader m_reader;
-    std::string m_format;
+    ContentKind m_kind;
     QSize m_size;
     qint64 m_besidePicture = 0; // bytes that the reader takes
     QImage m_picture;

@@ -16,29 +16,96 @@ template <typename Number> Number number(const Header &header, std::size_t offse
     return qFromLittleEndian<Number>(header.data() + offset);
 }
 
-// Bytes of the pixels that a BMP's header announces; zero where it announces
-// none, as a compressed one may.
-qint64 bmpPixelBytes(const Header &header)
+// What a BMP says of itself. The oldest kind has a shorter header.
+struct BmpHeader
 {
-    const auto headerSize = number<quint32>(header, 14);
-    const bool old = headerSize == 12;
-    const qint64 width = old ? number<quint16>(header, 18) : number<qint32>(header, 18);
-    const qint64 height = old ? number<quint16>(header, 20) : number<qint32>(header, 22);
-    const qint64 bits = old ? number<quint16>(header, 24) : number<quint16>(header, 28);
-    const quint32 compression = old ? 0 : number<quint32>(header, 30);
-    if (compression == 1 || compression == 2) // run lengths
-        return number<quint32>(header, 34);
-    if (width <= 0 || width > 0x7fffff || bits > 64)
-        return 0; // the reader refuses it
-    return (width * bits + 31) / 32 * 4 * qAbs(height);
-}
+    explicit BmpHeader(const Header &header)
+        : isOld(number<quint32>(header, 14) == 12)
+        , offset(number<quint32>(header, 10))
+        , width(isOld ? number<quint16>(header, 18) : number<qint32>(header, 18))
+        // Negative: stored from the top.
+        , height(qAbs<qint64>(isOld ? number<quint16>(header, 20) : number<qint32>(header, 22)))
+        , bits(isOld ? number<quint16>(header, 24) : number<quint16>(header, 28))
+        , compression(isOld ? 0 : number<quint32>(header, 30))
+    {
+    }
+
+    bool isOld;
+    qint64 offset; // of the pixels
+    qint64 width;
+    qint64 height;
+    qint64 bits;
+    quint32 compression; // 1: run lengths of bytes, 2: of half bytes
+};
+
+// Walks over the run lengths of a BMP, as far as its last row or its end mark.
+class RunLengthWalk
+{
+public:
+    RunLengthWalk(QIODevice &device, const BmpHeader &header)
+        : m_device(device)
+        , m_rowsLeft(header.height)
+        , m_valuesPerByte(header.compression == 1 ? 1 : 2)
+    {
+        m_device.seek(header.offset);
+    }
+
+    bool reachesEndOfPicture()
+    {
+        while (m_rowsLeft > 0 && !m_isAtEnd) {
+            const int count = byte();
+            const int value = byte();
+            if (value < 0 || (count == 0 && !pass(value)))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    int byte()
+    {
+        char read = 0;
+        return m_device.getChar(&read) ? static_cast<uchar>(read) : -1;
+    }
+
+    // What begins with a count of zero. False where the file ends.
+    bool pass(int code)
+    {
+        switch (code) {
+        case 0: --m_rowsLeft; return true;
+        case 1: m_isAtEnd = true; return true;
+        case 2: { // so far to the right, so many rows on
+            byte();
+            const int rows = byte();
+            m_rowsLeft -= rows;
+            return rows >= 0;
+        }
+        default: { // so many values as they are, in an even number of bytes
+            const int bytes = (code + m_valuesPerByte - 1) / m_valuesPerByte;
+            const int padded = bytes + bytes % 2;
+            return m_device.skip(padded) == padded;
+        }
+        }
+    }
+
+    QIODevice &m_device;
+    qint64 m_rowsLeft;
+    int m_valuesPerByte;
+    bool m_isAtEnd = false;
+};
 
 bool isCutBmp(QIODevice &device)
 {
-    Header header {};
-    if (device.peek(header.data(), header.size()) < static_cast<qint64>(header.size()))
+    Header bytes {};
+    if (device.peek(bytes.data(), bytes.size()) < static_cast<qint64>(bytes.size()))
         return true;
-    return number<quint32>(header, 10) + bmpPixelBytes(header) > device.size();
+    const BmpHeader header(bytes);
+    if (header.compression == 1 || header.compression == 2)
+        return !RunLengthWalk(device, header).reachesEndOfPicture();
+    if (header.width <= 0 || header.width > 0x7fffff || header.bits > 64)
+        return false; // the reader refuses it
+    const qint64 rowBytes = (header.width * header.bits + 31) / 32 * 4;
+    return header.offset + rowBytes * header.height > device.size();
 }
 
 bool isCutWebP(QIODevice &device)

@@ -3,7 +3,10 @@
 #include <QElapsedTimer>
 #include <QImageReader>
 
+#include <malloc.h>
+
 #include "photo/memorybudget.h"
+#include "tests/support/hostilephotos.h"
 #include "tests/support/jpegfile.h"
 #include "tests/support/pictures.h"
 #include "tests/support/pngfile.h"
@@ -60,7 +63,10 @@ private slots:
     void textsAreNoHindrance();
     void bombIsRefusedAtOnce_data();
     void bombIsRefusedAtOnce();
+    void skippedPixelsAreTheSameEveryTime();
+    void bmpStoredFromTheTop();
     void photoBeyondTheMemoryIsRefused();
+    void animationBeyondTheMemoryIsRefused();
     void memoryBoundIsTheMachines();
     void allocationLimitIsGivenBack();
     void canonicalDirectoryOf_data();
@@ -165,18 +171,50 @@ void PhotoFileTest::bombIsRefusedAtOnce_data()
         << pngWithTexts(60, PngText::Packed, QByteArray(9'000'000, 'a'));
     QByteArray pixmap("P6 400000 400000 255\n");
     QTest::newRow("portable pixmap") << pixmap;
+    QTest::newRow("bmp stored from the top")
+        << hostilephotos::bmp(100'000, -100'000, 0, QByteArray(1000, 'a'), 0);
+    QTest::newRow("segments without end") << hostilephotos::jpegWithSegments(100'000);
+    QTest::newRow("segments behind the picture") << hostilephotos::jpegWithSegments(0, 100'000);
+    QTest::newRow("scans without end") << hostilephotos::jpegWithScans(20'000, QSize(1200, 1000));
 }
 
 void PhotoFileTest::bombIsRefusedAtOnce()
 {
     QFETCH(QByteArray, file);
     const QString path = put(QStringLiteral("bomb.png"), file);
+    QVERIFY(process::forgetPeak());
     const qint64 before = process::peakResidentMemory();
     QElapsedTimer timer;
     timer.start();
     QVERIFY(photo::readPhoto(path).image.isNull());
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QVERIFY(process::peakResidentMemory() - before < 20'000'000);
+}
+
+// Whatever the memory held before.
+void PhotoFileTest::skippedPixelsAreTheSameEveryTime()
+{
+    const QString path =
+        put(QStringLiteral("skips.bmp"), hostilephotos::bmpWithSkippedPixels(600, 400));
+    mallopt(M_PERTURB, 85);
+    const QImage first = photo::readPhoto(path).image;
+    mallopt(M_PERTURB, 17);
+    const QImage second = photo::readPhoto(path).image;
+    mallopt(M_PERTURB, 0);
+    QCOMPARE(first.size(), QSize(600, 400));
+    QCOMPARE(first.pixel(2, 7), qRgb(128, 128, 128));
+    QCOMPARE(first, second);
+}
+
+void PhotoFileTest::bmpStoredFromTheTop()
+{
+    const QByteArray rows = QByteArray(40, '\x10') + QByteArray(40, '\x20');
+    const QImage photo =
+        photo::readPhoto(put(QStringLiteral("top.bmp"), hostilephotos::bmp(40, -2, 0, rows, 80)))
+            .image;
+    QCOMPARE(photo.size(), QSize(40, 2));
+    QCOMPARE(photo.pixel(39, 0), qRgb(16, 16, 16));
+    QCOMPARE(photo.pixel(0, 1), qRgb(32, 32, 32));
 }
 
 // The bound follows the machine: with less memory the same photo is refused.
@@ -194,6 +232,20 @@ void PhotoFileTest::photoBeyondTheMemoryIsRefused()
         QVERIFY(photo::readPhoto(path).image.isNull());
     }
     QCOMPARE(photo::readPhoto(path).image.size(), QSize(3000, 2000));
+}
+
+// Of its canvas nothing is made to learn its size.
+void PhotoFileTest::animationBeyondTheMemoryIsRefused()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer needs the whole address space");
+    const QString path =
+        put(QStringLiteral("animation.webp"), hostilephotos::animatedWebP(16384, 16384));
+    const process::ResourceLimit limit(RLIMIT_AS, process::addressSpace() + 3'000'000'000);
+    QVERIFY(process::forgetPeak());
+    const qint64 before = process::peakResidentMemory();
+    QVERIFY(photo::readPhoto(path).image.isNull());
+    QVERIFY(process::peakResidentMemory() - before < 20'000'000);
 }
 
 void PhotoFileTest::memoryBoundIsTheMachines()

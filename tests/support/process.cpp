@@ -61,6 +61,12 @@ qint64 peakResidentMemory()
     return statusEntry("VmHWM:");
 }
 
+bool forgetPeak()
+{
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
+}
+
 qint64 addressSpace()
 {
     return statusEntry("VmSize:");

@@ -41,6 +41,9 @@ private:
 qint64 residentMemory();
 qint64 peakResidentMemory();
 qint64 addressSpace();
+// Lets peakResidentMemory() begin anew with what is resident now. False where the
+// system cannot.
+bool forgetPeak();
 
 // Whether the address sanitizer is built in, whose own memory hides ours.
 bool isSanitized();

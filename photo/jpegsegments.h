@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QIODevice>
+
+namespace photo {
+
+// How far a JPEG is walked over.
+enum class JpegReach {
+    FirstScan, // what stands before the pixels
+    WholeFile,
+};
+
+struct JpegSegments
+{
+    int segments = 0; // of all kinds
+    int scans = 0; // those that carry pixels
+};
+
+// More than any camera or program writes. A reader may look through all segments it
+// has met at each further one, and goes over the whole picture for every scan: a
+// small file with very many would keep a processor busy for minutes or hours.
+constexpr int mostJpegSegments = 5'000;
+constexpr int mostJpegScans = 500;
+
+// Counts a JPEG's segments from one marker to the next, without decoding anything;
+// not further than shortly beyond the two bounds. The device must stand at the
+// file's beginning and is put back there.
+JpegSegments countJpegSegments(QIODevice &device, JpegReach reach);
+
+} // namespace photo

@@ -1,0 +1,204 @@
+#include <QElapsedTimer>
+#include <QImageReader>
+
+#include "tests/batch/batchprocess.h"
+#include "tests/support/hostilephotos.h"
+#include "tests/support/testmain.h"
+
+// What a photo's file may do while it is read, and what it may cost.
+class tst_BatchReading : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void aFileThatShrinksFails_data();
+    void aFileThatShrinksFails();
+    void aReadThatFailsIsNamed_data();
+    void aReadThatFailsIsNamed();
+    void animationsAreCountedBeforehand();
+    void segmentsWithoutEndAreRefused();
+    void pixelsNobodyWroteAreTheSameInEveryRun_data();
+    void pixelsNobodyWroteAreTheSameInEveryRun();
+    void bmpStoredFromTheTop();
+    void bmpOfRunLengths_data();
+    void bmpOfRunLengths();
+};
+
+namespace {
+
+QByteArray largePhoto(const QByteArray &format)
+{
+    const QImage scene = testphotos::scene(500, 400);
+    if (format == "tiled tiff") // through the toolkit's reader
+        return testphotos::encoded(scene.convertToFormat(QImage::Format_Grayscale8), "tiff");
+    return testphotos::encoded(scene, format.constData(), {}, 100);
+}
+
+void addFormats()
+{
+    QTest::addColumn<QByteArray>("format");
+    for (const char *format : {"bmp", "jpeg", "png", "ppm", "tiff", "tiled tiff", "webp"})
+        QTest::newRow(format) << QByteArray(format);
+}
+
+QString preload()
+{
+    return QStringLiteral("LD_PRELOAD=" CRAYVELL_FAILING_CALLS);
+}
+
+} // namespace
+
+void tst_BatchReading::aFileThatShrinksFails_data()
+{
+    addFormats();
+}
+
+void tst_BatchReading::aFileThatShrinksFails()
+{
+    QFETCH(QByteArray, format);
+    const QByteArray photo = largePhoto(format);
+    QVERIFY2(photo.size() > 100'000, QByteArray::number(photo.size()));
+    // At the first read, at the second and so on, as far as there are so many.
+    for (int read = 1; read <= 4; ++read) {
+        BatchProcess batch;
+        batch.write("photo", photo);
+        const auto outcome = batch.run({"photo"}, {},
+                                       {preload(), QStringLiteral("AT_CALL=read=%1").arg(read),
+                                        "RUN_AT_CALL=truncate -s 110000 photo; touch cut"});
+        if (!batch.exists("cut"))
+            break;
+        COMPARE_EXIT(outcome, 1);
+        QVERIFY(!batch.exists("photo-sketch.jpg"));
+    }
+}
+
+void tst_BatchReading::aReadThatFailsIsNamed_data()
+{
+    addFormats();
+}
+
+void tst_BatchReading::aReadThatFailsIsNamed()
+{
+    QFETCH(QByteArray, format);
+    BatchProcess batch;
+    batch.write("photo", largePhoto(format));
+    const auto outcome =
+        batch.run({"--allow-truncated", "photo"}, {}, {preload(), "FAILING_CALLS=read=2"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("Input/output error"), outcome.errors.constData());
+    QVERIFY(!batch.exists("photo-sketch.jpg"));
+}
+
+void tst_BatchReading::animationsAreCountedBeforehand()
+{
+    BatchProcess batch;
+    const QByteArray photo = hostilephotos::animatedWebP(16383, 16383);
+    QVERIFY2(photo.size() < 200, QByteArray::number(photo.size()));
+    batch.write("photo", photo);
+    // What the reader must not take: its address space has no room for it.
+    const auto outcome = batch.shell("ulimit -v 1000000; \"$batch\" -j 1 --max-memory 300M photo");
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("16383 x 16383 pixels and needs 30"),
+             outcome.errors.constData());
+}
+
+void tst_BatchReading::segmentsWithoutEndAreRefused()
+{
+    BatchProcess batch;
+    batch.write("photo", hostilephotos::jpegWithSegments(100'000));
+    QElapsedTimer timer;
+    timer.start();
+    const auto outcome = batch.run({"photo"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("more than 5000 segments"), outcome.errors.constData());
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    batch.write("many", hostilephotos::jpegWithSegments(4'000, 100'000));
+    COMPARE_EXIT(batch.run({"many"}), 0);
+}
+
+void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()
+{
+    QTest::addColumn<QByteArray>("photo");
+    QTest::newRow("bmp that skips pixels") << hostilephotos::bmpWithSkippedPixels(600, 400);
+    QByteArray tiff = largePhoto("tiled tiff");
+    QTest::newRow("cut tiff") << tiff.left(tiff.size() / 2);
+    const QByteArray rgb = largePhoto("tiff");
+    QTest::newRow("cut tiff of three colours") << rgb.left(rgb.size() / 2);
+    const QByteArray bmp = largePhoto("bmp");
+    QTest::newRow("cut bmp") << bmp.left(bmp.size() / 2);
+    const QByteArray gif = testphotos::gif(testphotos::scene(500, 400));
+    QTest::newRow("cut gif") << gif.left(gif.size() / 2);
+    const QByteArray webP = largePhoto("webp");
+    QTest::newRow("cut webp") << webP.left(webP.size() / 2);
+}
+
+void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
+{
+    QFETCH(QByteArray, photo);
+    BatchProcess batch;
+    batch.write("photo", photo);
+    QList<QByteArray> sketches;
+    QList<int> exits;
+    // What the allocator fills fresh memory with.
+    for (const char *filling : {"MALLOC_PERTURB_=85", "MALLOC_PERTURB_=17"}) {
+        exits << batch.run({"--allow-truncated", "--overwrite", "photo"}, {}, {filling}).exitCode;
+        sketches << batch.contents("photo-sketch.jpg");
+    }
+    QCOMPARE(exits[0], exits[1]);
+    QVERIFY(exits[0] == 0 || exits[0] == 1);
+    QVERIFY(sketches[0] == sketches[1]);
+}
+
+// Of the bottom one the rows are taken in the other order.
+void tst_BatchReading::bmpStoredFromTheTop()
+{
+    BatchProcess batch;
+    const QByteArray rows = testphotos::encoded(testphotos::scene(64, 50), "bmp").right(64 * 50);
+    QByteArray reversed;
+    for (int y = 49; y >= 0; --y)
+        reversed += rows.mid(y * 64, 64);
+    batch.write("bottom.bmp", hostilephotos::bmp(64, 50, 0, rows, 64 * 50));
+    batch.write("top.bmp", hostilephotos::bmp(64, -50, 0, reversed, 64 * 50));
+    COMPARE_EXIT(batch.run({"bottom.bmp", "top.bmp"}), 0);
+    QCOMPARE(batch.contents("top-sketch.jpg"), batch.contents("bottom-sketch.jpg"));
+    batch.write("cut.bmp", batch.contents("top.bmp").chopped(1));
+    const auto outcome = batch.run({"cut.bmp"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("is truncated"), outcome.errors.constData());
+}
+
+void tst_BatchReading::bmpOfRunLengths_data()
+{
+    QTest::addColumn<QByteArray>("photo");
+    QTest::addColumn<bool>("isComplete");
+    const QByteArray row("\4\200\3\10\0\3abc\0\0\0", 12); // runs, and three as they are
+    const QByteArray end("\0\1", 2);
+    const QByteArray all = row.repeated(20) + end;
+    QTest::newRow("complete") << hostilephotos::bmp(10, 20, 1, all, quint32(all.size())) << true;
+    QTest::newRow("complete, without a size") << hostilephotos::bmp(10, 20, 1, all, 0) << true;
+    QTest::newRow("complete, with the size of the pixels")
+        << hostilephotos::bmp(10, 20, 1, all, 10 * 20 * 4) << true;
+    QTest::newRow("without its end mark")
+        << hostilephotos::bmp(10, 20, 1, row.repeated(20), 0) << true;
+    QTest::newRow("cut within a run")
+        << hostilephotos::bmp(10, 20, 1, row.repeated(10) + row.left(7), 0) << false;
+    QTest::newRow("cut between rows, the size promised")
+        << hostilephotos::bmp(10, 20, 1, row.repeated(10), quint32(all.size())) << false;
+    QTest::newRow("an end mark in the middle")
+        << hostilephotos::bmp(10, 20, 1, row.repeated(10) + end, 0) << true;
+}
+
+void tst_BatchReading::bmpOfRunLengths()
+{
+    QFETCH(QByteArray, photo);
+    QFETCH(bool, isComplete);
+    BatchProcess batch;
+    batch.write("photo", photo);
+    const auto outcome = batch.run({"photo"});
+    COMPARE_EXIT(outcome, isComplete ? 0 : 1);
+    if (!isComplete)
+        QVERIFY2(outcome.errors.contains("is truncated"), outcome.errors.constData());
+}
+
+CRAYVELL_TEST_MAIN(tst_BatchReading)
+#include "tst_batchreading.moc"

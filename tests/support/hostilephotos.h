@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QByteArray>
+#include <QtEndian>
+
+#include "tests/support/testphotos.h"
+
+// Small files that cost much, or leave pixels out.
+namespace hostilephotos {
+
+template <typename Number> QByteArray littleEndian(Number number)
+{
+    QByteArray bytes(sizeof(Number), '\0');
+    qToLittleEndian(number, bytes.data());
+    return bytes;
+}
+
+// A JPEG with so many segments without content before its pixels, or behind them.
+inline QByteArray jpegWithSegments(int before, int behind = 0)
+{
+    const QByteArray photo = testphotos::jpeg();
+    const QByteArray segment = QByteArray::fromHex("ffe10002");
+    return photo.left(2) + segment.repeated(before) + photo.mid(2).chopped(2)
+        + segment.repeated(behind) + photo.right(2);
+}
+
+// A progressive JPEG whose last scan, of one coefficient's last bit, is repeated.
+inline QByteArray jpegWithScans(int more, QSize size = QSize(120, 100))
+{
+    const QByteArray photo =
+        testphotos::progressiveJpeg(testphotos::scene(size.width(), size.height()));
+    const qsizetype last = photo.lastIndexOf("\xff\xda");
+    const QByteArray scan = photo.mid(last).chopped(2);
+    return photo.left(last) + scan.repeated(more) + "\xff\xd9";
+}
+
+inline QByteArray webPChunk(const char *name, const QByteArray &content)
+{
+    return name + littleEndian(quint32(content.size())) + content
+        + QByteArray(content.size() % 2, '\0');
+}
+
+// An animation of one pixel on a canvas of any size.
+inline QByteArray animatedWebP(int width, int height)
+{
+    const QByteArray still = testphotos::encoded(testphotos::scene(1, 1), "webp", {}, 100);
+    const auto three = [](int number) { return littleEndian(quint32(number)).left(3); };
+    const QByteArray canvas = QByteArray("\2\0\0\0", 4) + three(width - 1) + three(height - 1);
+    const QByteArray frame = QByteArray(12, '\0') + three(100) + '\0' + still.mid(12);
+    const QByteArray chunks = "WEBP" + webPChunk("VP8X", canvas)
+        + webPChunk("ANIM", QByteArray(6, '\0')) + webPChunk("ANMF", frame);
+    return webPChunk("RIFF", chunks);
+}
+
+// A BMP of one byte a pixel with a palette of greys; without compression stored from
+// the top when height is negative.
+inline QByteArray bmp(int width, int height, quint32 compression, const QByteArray &pixels,
+                      quint32 announcedBytes)
+{
+    constexpr quint32 paletteEntries = 256;
+    constexpr quint32 offset = 14 + 40 + 4 * paletteEntries;
+    QByteArray file = "BM" + littleEndian(quint32(offset + pixels.size())) + QByteArray(4, '\0')
+        + littleEndian(offset) + littleEndian(quint32(40)) + littleEndian(qint32(width))
+        + littleEndian(qint32(height)) + littleEndian(quint16(1)) + littleEndian(quint16(8))
+        + littleEndian(compression) + littleEndian(announcedBytes) + QByteArray(8, '\0')
+        + littleEndian(paletteEntries) + littleEndian(quint32(0));
+    for (quint32 i = 0; i < paletteEntries; ++i)
+        file += QByteArray(3, char(i)) + '\0';
+    return file + pixels;
+}
+
+// Run lengths that leave out most of a picture: four pixels in each row's beginning.
+inline QByteArray bmpWithSkippedPixels(int width, int height)
+{
+    const QByteArray row("\4\200\0\0", 4);
+    return bmp(width, height, 1, row.repeated(height) + QByteArray("\0\1", 2),
+               quint32(4 * height + 2));
+}
+
+} // namespace hostilephotos
