@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <new>
+#include <string_view>
+#include <sys/mman.h>
 #include <thread>
 
+#include "batch/cli/standardstreams.h"
 #include "photo/memorybudget.h"
 
 namespace batch {
@@ -38,6 +42,33 @@ PhotoResult plannedResult(const PlannedPhoto &photo)
     else if (photo.step == PlannedPhoto::Step::Skip)
         result.status = Status::Skipped;
     return result;
+}
+
+// Address space that the threads' stacks leave to the work itself where there is a
+// limit: the toolkit does not survive that there is none at all.
+class AddressSpaceReserve
+{
+public:
+    AddressSpaceReserve()
+        : m_start(
+            mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0))
+    {
+        if (m_start == MAP_FAILED)
+            throw std::bad_alloc();
+    }
+    ~AddressSpaceReserve() { munmap(m_start, bytes); }
+    AddressSpaceReserve(const AddressSpaceReserve &) = delete;
+    AddressSpaceReserve &operator=(const AddressSpaceReserve &) = delete;
+
+private:
+    static constexpr std::size_t bytes = 64 << 20;
+    void *m_start;
+};
+
+std::string fewerWorkers(std::size_t count, std::size_t wanted)
+{
+    return "works on " + std::to_string(count) + (count == 1 ? " photo" : " photos")
+        + " at a time, not on " + std::to_string(wanted) + ": the system has no more threads";
 }
 
 } // namespace
@@ -94,16 +125,33 @@ void BatchRun::work()
     m_reporter.begin(m_photos.size());
     std::atomic<std::size_t> next = 0;
     const auto worker = [&] {
-        for (std::size_t i = next++; i < m_photos.size(); i = next++) {
-            const PlannedPhoto &photo = m_photos[i];
-            const bool isDue = photo.step == PlannedPhoto::Step::Sketch;
-            report(photo, isDue ? sketchPhoto(photo, m_options, memory) : plannedResult(photo));
-        }
+        for (std::size_t i = next++; i < m_photos.size(); i = next++)
+            workOn(m_photos[i], memory);
     };
-    std::vector<std::jthread> workers;
-    for (std::size_t i = 1; i < workerCount(m_options, m_photos.size()); ++i)
-        workers.emplace_back(worker);
+    const std::size_t wanted = workerCount(m_options, m_photos.size());
+    std::vector<std::jthread> others;
+    try {
+        others.reserve(wanted - 1);
+        const AddressSpaceReserve reserve;
+        while (others.size() + 1 < wanted)
+            others.emplace_back(worker);
+    } catch (const std::exception &) { // of the system, or no memory
+        m_reporter.note(fewerWorkers(others.size() + 1, wanted));
+    }
     worker();
+}
+
+// Never throws: there may be nobody to catch it.
+void BatchRun::workOn(const PlannedPhoto &photo, MemoryGate &memory) noexcept
+{
+    try {
+        const bool isDue = photo.step == PlannedPhoto::Step::Sketch;
+        report(photo, isDue ? sketchPhoto(photo, m_options, memory) : plannedResult(photo));
+    } catch (...) {
+        m_someFailed = true;
+        constexpr std::string_view line = "a photo's end cannot be told: no memory\n";
+        writeFully(messageDescriptor(), line.data(), line.size());
+    }
 }
 
 } // namespace batch

@@ -22,6 +22,7 @@ private:
     void report(const PlannedPhoto &photo, const PhotoResult &result);
     void rehearse();
     void work();
+    void workOn(const PlannedPhoto &photo, MemoryGate &memory) noexcept;
 
     const Options &m_options;
     Reporter &m_reporter;

@@ -2,8 +2,10 @@
 
 #include <csignal>
 #include <pthread.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "batch/cli/exitcode.h"
 #include "batch/temporaries.h"
@@ -12,42 +14,68 @@ namespace batch {
 
 namespace {
 
-bool isIgnored(int signal)
+// Those that end a process unless somebody says otherwise, and are no crash.
+std::vector<int> endingSignals()
+{
+    std::vector<int> signals {SIGHUP,  SIGQUIT, SIGTERM, SIGUSR1,   SIGUSR2,
+                              SIGALRM, SIGXCPU, SIGPROF, SIGVTALRM, SIGIO};
+#ifdef SIGPWR
+    signals.push_back(SIGPWR);
+#endif
+#ifdef SIGSTKFLT
+    signals.push_back(SIGSTKFLT);
+#endif
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal)
+        signals.push_back(signal);
+    return signals;
+}
+
+// One that the caller ignores, as nohup does, and one that a profiler has taken
+// stay as they are.
+bool hasDefault(int signal)
 {
     struct sigaction action
     {
     };
-    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL;
 }
 
-sigset_t endingSignals()
+sigset_t watchedSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
+    // A shell without job control starts background commands with SIGINT
+    // ignored; waiting for a blocked signal hears it all the same.
     sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    if (!isIgnored(SIGHUP)) // by nohup
-        sigaddset(&signals, SIGHUP);
+    for (const int signal : endingSignals()) {
+        if (hasDefault(signal))
+            sigaddset(&signals, signal);
+    }
     return signals;
 }
 
 } // namespace
 
-void watchSignals(const std::function<void()> &lastWords)
+bool watchSignals(const std::function<void()> &lastWords)
 {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    const sigset_t signals = endingSignals();
-    // A shell without job control starts background commands with SIGINT
-    // ignored; waiting for a blocked signal hears it all the same.
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::thread([signals, lastWords] {
-        int signal = 0;
-        sigwait(&signals, &signal);
-        Temporaries::instance().abandon();
-        lastWords();
-        _exit(signalExitCode(signal));
-    }).detach();
+    const sigset_t signals = watchedSignals();
+    sigset_t former;
+    pthread_sigmask(SIG_BLOCK, &signals, &former);
+    try {
+        std::thread([signals, lastWords] {
+            int signal = 0;
+            sigwait(&signals, &signal);
+            Temporaries::instance().abandon();
+            lastWords();
+            _exit(signalExitCode(signal));
+        }).detach();
+    } catch (const std::system_error &) {
+        pthread_sigmask(SIG_SETMASK, &former, nullptr);
+        return false;
+    }
+    return true;
 }
 
 } // namespace batch

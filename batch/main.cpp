@@ -1,11 +1,13 @@
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <langinfo.h>
 #include <memory>
+#include <new>
+#include <unistd.h>
 
 #include "batch/batchrun.h"
 #include "batch/cli/commandline.h"
@@ -31,6 +33,12 @@ void dropMessage(QtMsgType, const QMessageLogContext &, const QString &)
 {
 }
 
+int giveUp(const char *why)
+{
+    writeMessage(std::string(programName) + ": " + why + "\n");
+    return static_cast<int>(ExitCode::SomeFailed);
+}
+
 int complain(const char *what)
 {
     const std::string name = programName;
@@ -38,34 +46,51 @@ int complain(const char *what)
     return static_cast<int>(ExitCode::WrongUsage);
 }
 
+// To standard output, of what was asked for and is no picture.
+int tell(const std::string &text)
+{
+    if (writeFully(STDOUT_FILENO, text.data(), text.size()))
+        return static_cast<int>(ExitCode::AllDone);
+    return giveUp(std::strerror(errno));
+}
+
 int sketchPhotos(const Options &options)
 {
     // Shared with the thread that waits for signals, to the process's very end.
     const auto reporter = std::make_shared<Reporter>(options);
-    watchSignals([reporter] { reporter->silence(); });
+    if (!watchSignals([reporter] { reporter->silence(); }))
+        reporter->note("no thread can be had: a signal leaves unfinished files behind");
     return static_cast<int>(BatchRun(options, *reporter).run());
 }
 
+int run(int argc, char *argv[])
+{
+    const Options options = parseCommandLine(argc, argv);
+    if (options.help)
+        return tell(helpText());
+    if (options.version)
+        return tell(std::string(programName) + " " + CRAYVELL_VERSION + "\n");
+    settleStandardStreams();
+    ensureUtf8Locale();
+    qInstallMessageHandler(dropMessage);
+    const QCoreApplication application(argc, argv);
+    std::setlocale(LC_MESSAGES, "C"); // the system's reasons in the language of ours
+    return sketchPhotos(options);
+}
+
+// Whatever happens is one line and an exit code.
 int runProgram(int argc, char *argv[])
 {
     try {
-        const Options options = parseCommandLine(argc, argv);
-        if (options.help) {
-            std::cout << helpText();
-            return 0;
-        }
-        if (options.version) {
-            std::cout << programName << " " << CRAYVELL_VERSION << "\n";
-            return 0;
-        }
-        settleStandardStreams();
-        ensureUtf8Locale();
-        qInstallMessageHandler(dropMessage);
-        const QCoreApplication application(argc, argv);
-        std::setlocale(LC_MESSAGES, "C"); // the system's reasons in the language of ours
-        return sketchPhotos(options);
+        return run(argc, argv);
     } catch (const UsageError &error) {
         return complain(error.what());
+    } catch (const std::bad_alloc &) {
+        return giveUp("needs more memory than there is");
+    } catch (const std::exception &error) {
+        return giveUp(error.what());
+    } catch (...) {
+        return giveUp("cannot go on");
     }
 }
 

@@ -144,7 +144,7 @@ private:
     {
         PlannedPhoto &photo = m_photos[index];
         std::error_code error;
-        const fs::path target = fs::weakly_canonical(fs::absolute(photo.output), error);
+        const fs::path target = fs::weakly_canonical(fs::absolute(photo.output, error), error);
         const auto [found, isNew] =
             m_byOutput.try_emplace(error ? photo.output : target.native(), index);
         if (isNew)
