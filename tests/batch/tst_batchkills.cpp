@@ -181,7 +181,7 @@ void tst_BatchKills::interruptedWhileNobodyReads()
         list += QByteArray(100, 'm') + QByteArray::number(i) + '\n'; // more than a pipe holds
     batch.write("list", list);
     const auto outcome = batch.shell(
-        "mkfifo pipe; exec 3<>pipe; \"$batch\" --quiet --json --files-from list >pipe 2>log &"
+        "mkfifo pipe; exec 3<>pipe; : >log; \"$batch\" --quiet --json --files-from list >pipe 2>log &"
         " child=$!; while [ \"$(wc -l <log)\" -lt 270 ]; do :; done; kill -INT $child;"
         " wait $child");
     COMPARE_EXIT(outcome, 130);
