@@ -9,6 +9,7 @@
 #include <string_view>
 #include <sys/mman.h>
 #include <thread>
+#include <utility>
 
 #include "batch/cli/standardstreams.h"
 #include "photo/memorybudget.h"
@@ -25,11 +26,6 @@ std::size_t workerCount(const Options &options, std::size_t photos)
     const unsigned wanted =
         options.jobs ? static_cast<unsigned>(options.jobs) : std::thread::hardware_concurrency();
     return std::clamp<std::size_t>(wanted, 1, std::max<std::size_t>(photos, 1));
-}
-
-bool isConflict(const PlannedPhoto &photo)
-{
-    return photo.step == PlannedPhoto::Step::Conflict;
 }
 
 PhotoResult plannedResult(const PlannedPhoto &photo)
@@ -87,11 +83,11 @@ BatchRun::BatchRun(const Options &options, Reporter &reporter)
 
 ExitCode BatchRun::run()
 {
-    const InputList inputs = collectInputs(m_options);
-    m_photos = planPhotos(inputs.photos, m_options);
-    for (const std::string &file : inputs.leftOut)
+    InputList inputs = collectInputs(m_options, m_memory);
+    for (const char *const file : std::exchange(inputs.leftOut, {}))
         m_reporter.note(printable(file) + ": left out: is no photo");
-    const bool conflicts = std::ranges::any_of(m_photos, isConflict);
+    m_plan = Plan(std::move(inputs), m_options);
+    const bool conflicts = m_plan.hasConflicts();
     if (m_options.dryRun || conflicts)
         rehearse();
     else
@@ -113,22 +109,32 @@ void BatchRun::report(const PlannedPhoto &photo, const PhotoResult &result)
 // Tells without doing: all of it in a dry run, else only what forbids the run.
 void BatchRun::rehearse()
 {
-    for (const PlannedPhoto &photo : m_photos) {
-        if (m_options.dryRun || isConflict(photo))
-            report(photo, plannedResult(photo));
+    for (std::size_t i = 0; i < m_plan.size(); ++i) {
+        if (!m_options.dryRun && m_plan.step(i) != PlannedPhoto::Step::Conflict)
+            continue;
+        const PlannedPhoto photo = m_plan.photo(i);
+        report(photo, plannedResult(photo));
     }
+}
+
+// The plan's whole megabytes are taken already; some work goes on in any case.
+qint64 BatchRun::memoryForJobs() const
+{
+    constexpr qint64 least = 16 << 20;
+    const qint64 left = m_memory - (m_plan.memory() >> 20 << 20);
+    return std::max(left, std::min(least, m_memory));
 }
 
 void BatchRun::work()
 {
-    MemoryGate memory(m_memory);
-    m_reporter.begin(m_photos.size());
+    MemoryGate memory(memoryForJobs());
+    m_reporter.begin(m_plan.size());
     std::atomic<std::size_t> next = 0;
     const auto worker = [&] {
-        for (std::size_t i = next++; i < m_photos.size(); i = next++)
-            workOn(m_photos[i], memory);
+        for (std::size_t i = next++; i < m_plan.size(); i = next++)
+            workOn(i, memory);
     };
-    const std::size_t wanted = workerCount(m_options, m_photos.size());
+    const std::size_t wanted = workerCount(m_options, m_plan.size());
     std::vector<std::jthread> others;
     try {
         others.reserve(wanted - 1);
@@ -142,9 +148,10 @@ void BatchRun::work()
 }
 
 // Never throws: there may be nobody to catch it.
-void BatchRun::workOn(const PlannedPhoto &photo, MemoryGate &memory) noexcept
+void BatchRun::workOn(std::size_t index, MemoryGate &memory) noexcept
 {
     try {
+        const PlannedPhoto photo = m_plan.photo(index);
         const bool isDue = photo.step == PlannedPhoto::Step::Sketch;
         report(photo, isDue ? sketchPhoto(photo, m_options, memory) : plannedResult(photo));
     } catch (...) {

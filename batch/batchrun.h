@@ -22,11 +22,12 @@ private:
     void report(const PlannedPhoto &photo, const PhotoResult &result);
     void rehearse();
     void work();
-    void workOn(const PlannedPhoto &photo, MemoryGate &memory) noexcept;
+    void workOn(std::size_t index, MemoryGate &memory) noexcept;
+    qint64 memoryForJobs() const;
 
     const Options &m_options;
     Reporter &m_reporter;
-    std::vector<PlannedPhoto> m_photos;
+    Plan m_plan;
     qint64 m_memory;
     std::atomic<bool> m_someFailed = false;
 };

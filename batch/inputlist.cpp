@@ -1,19 +1,23 @@
 #include "batch/inputlist.h"
 
-#include <QFile>
+#include <QByteArray>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "batch/cli/commandline.h"
-#include "batch/cli/standardstreams.h"
 #include "photo/photoformat.h"
+#include "batch/cli/standardstreams.h"
 
 namespace batch {
 
@@ -21,128 +25,180 @@ namespace {
 
 namespace fs = std::filesystem;
 
-photo::ContentKind kindOfFile(const fs::path &path)
+// The plan's share for each photo, while it is made.
+constexpr qint64 planBytes = 24;
+
+photo::ContentKind kindOfFile(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
     QByteArray beginning(photo::contentProbe, '\0');
     file.read(beginning.data(), beginning.size());
     beginning.resize(file.gcount());
-    return photo::contentKind(beginning, path.native());
+    return photo::contentKind(beginning, path);
+}
+
+bool isHidden(std::string_view name)
+{
+    return name.starts_with('.');
+}
+
+// By name. Without those that are hidden; errno says whether these are all.
+std::vector<std::string> namesIn(const std::string &folder)
+{
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR *)> open(opendir(folder.c_str()), closedir);
+    if (!open)
+        return names;
+    errno = 0;
+    while (const dirent *const entry = readdir(open.get())) {
+        if (!isHidden(entry->d_name))
+            names.emplace_back(entry->d_name);
+        errno = 0;
+    }
+    const int error = errno;
+    std::ranges::sort(names);
+    errno = error;
+    return names;
+}
+
+std::string below(const std::string &folder, const std::string &name)
+{
+    return folder.empty() || folder.ends_with('/') ? folder + name : folder + '/' + name;
 }
 
 class Collector
 {
 public:
-    explicit Collector(const Options &options)
+    Collector(const Options &options, qint64 maximumMemory)
         : m_options(options)
+        , m_maximumMemory(maximumMemory)
+        , m_hasOutputFolder(!options.outputDirectory.empty()
+                            && stat(options.outputDirectory.c_str(), &m_outputFolder) == 0)
     {
-        std::error_code error;
-        if (!options.outputDirectory.empty())
-            m_outputFolder = fs::weakly_canonical(options.outputDirectory, error);
     }
 
     void add(const std::string &name)
     {
-        std::error_code error;
-        const fs::file_status status = fs::status(name, error);
-        if (fs::is_directory(status))
+        struct stat status
+        {
+        };
+        const int error = stat(name.c_str(), &status) == 0 ? 0 : errno;
+        if (error == 0 && S_ISDIR(status.st_mode))
             addFolder(name);
         else
-            m_list.photos.push_back({name, placeOfFile(name), problemOf(status, error)});
+            addPhoto(name, placeOfFile(name), error, status);
     }
-    void addStandardInput() { m_list.photos.push_back({"-", "-", {}}); }
+    void addStandardInput() { m_list.photos.push_back({"-", "-", 0}); }
     InputList take() { return std::move(m_list); }
 
 private:
-    static std::string problemOf(const fs::file_status &status, const std::error_code &error)
-    {
-        if (!fs::exists(status))
-            return "cannot be read: " + (error ? error.message() : std::strerror(ENOENT));
-        return fs::is_regular_file(status) ? std::string() : "is no regular file";
-    }
-
     // Where a name keeps its folders they must lie below the output folder.
-    fs::path keptFolders(const fs::path &name) const
+    static std::string keptFolders(const fs::path &name)
     {
-        const fs::path below = name.lexically_normal().relative_path();
-        if (!below.empty() && *below.begin() == "..")
+        const fs::path place = name.lexically_normal().relative_path();
+        if (!place.empty() && *place.begin() == "..")
             throw UsageError("--keep-folders: " + name.native() + " leads above the folder");
-        return below;
+        return place.native();
     }
 
-    std::string placeOfFile(const fs::path &name) const
+    std::string placeOfFile(const std::string &name) const
     {
-        return m_options.keepFolders ? keptFolders(name).native() : name.filename().native();
+        return m_options.keepFolders ? keptFolders(name) : name.substr(name.rfind('/') + 1);
     }
 
-    void addFolder(const fs::path &folder)
+    void addPhoto(const std::string &path, std::string_view place, int error,
+                  const struct stat &status)
+    {
+        InputPhoto photo;
+        photo.path = m_list.texts.keep(path);
+        // Mostly its place is the end of its name.
+        photo.place = path.ends_with(place) ? photo.path + path.size() - place.size()
+                                            : m_list.texts.keep(place);
+        photo.problem = error == 0 && !S_ISREG(status.st_mode) ? InputPhoto::notRegular : error;
+        if (photo.problem == 0) {
+            const auto index = static_cast<std::uint32_t>(m_list.photos.size());
+            m_list.files.push_back({status.st_dev, status.st_ino, index});
+        }
+        m_list.photos.push_back(photo);
+        checkMemory();
+    }
+
+    void checkMemory() const
+    {
+        const qint64 megabytes = m_list.memory() >> 20; // less than one does not count
+        if (megabytes << 20 > m_maximumMemory) {
+            throw UsageError("the list of photos needs more than the "
+                             + std::to_string(m_maximumMemory >> 20)
+                             + " MB that --max-memory allows");
+        }
+    }
+
+    void addFolder(const std::string &folder)
     {
         if (m_options.outputDirectory.empty())
-            throw UsageError(folder.native() + " is a folder, which needs --output-dir");
-        scan(folder, m_options.keepFolders ? keptFolders(folder) : fs::path());
+            throw UsageError(folder + " is a folder, which needs --output-dir");
+        scan(folder, m_options.keepFolders ? keptFolders(folder) : std::string());
     }
 
-    void scan(const fs::path &folder, const fs::path &place)
+    void scan(const std::string &folder, const std::string &place)
     {
-        std::error_code error;
-        std::vector<fs::directory_entry> entries;
-        for (fs::directory_iterator at(folder, error), end; !error && at != end;
-             at.increment(error)) {
-            if (!at->path().filename().native().starts_with('.'))
-                entries.push_back(*at);
-        }
-        if (error)
-            m_list.photos.push_back({folder.native(), {}, "cannot be read: " + error.message()});
-        std::ranges::sort(entries);
-        for (const fs::directory_entry &entry : entries)
-            addEntry(entry, place);
+        const std::vector<std::string> names = namesIn(folder);
+        if (errno != 0)
+            addPhoto(folder, {}, errno, {});
+        for (const std::string &name : names)
+            addEntry(below(folder, name), below(place, name));
     }
 
-    void addEntry(const fs::directory_entry &entry, const fs::path &place)
+    void addEntry(const std::string &path, const std::string &place)
     {
-        std::error_code error;
-        const fs::path &path = entry.path();
-        const fs::path itsPlace = place / path.filename();
-        if (entry.is_directory(error)) {
-            // Following links could lead round in circles, and an output folder
-            // inside the album is no part of the album.
-            if (m_options.recursive && !entry.is_symlink(error) && !isOutputFolder(path))
-                scan(path, itsPlace);
-        } else if (isUnreadablePhoto(entry)) {
-            add(path.native());
-        } else if (isPhoto(entry)) {
-            m_list.photos.push_back({path.native(), itsPlace.native(), {}});
-        } else {
-            m_list.leftOut.push_back(path.native());
+        struct stat status
+        {
+        };
+        const int error = stat(path.c_str(), &status) == 0 ? 0 : errno;
+        if (error == 0 && S_ISDIR(status.st_mode)) {
+            if (m_options.recursive && !isLink(path) && !isOutputFolder(status))
+                scan(path, place);
+        } else if (isPhoto(path, error, status)) {
+            addPhoto(path, place, error, status);
+        } else if (m_options.verbose) {
+            m_list.leftOut.push_back(m_list.texts.keep(path));
+            checkMemory();
         }
     }
 
-    // A link that leads nowhere, mostly.
-    static bool isUnreadablePhoto(const fs::directory_entry &entry)
+    // Following links could lead round in circles.
+    static bool isLink(const std::string &path)
     {
-        std::error_code error;
-        return !fs::exists(entry.status(error)) && photo::hasPictureSuffix(entry.path().native());
+        struct stat status
+        {
+        };
+        return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
     }
 
     // By content; a file with a picture's suffix counts as well, so that a
-    // damaged or unreadable photo is a failure and not overlooked.
-    static bool isPhoto(const fs::directory_entry &entry)
+    // damaged or unreadable photo, or a link that leads nowhere, is a failure and
+    // not overlooked.
+    static bool isPhoto(const std::string &path, int error, const struct stat &status)
     {
-        std::error_code error;
-        if (!entry.is_regular_file(error))
+        if (error == 0 && !S_ISREG(status.st_mode))
             return false;
-        return photo::hasPictureSuffix(entry.path().native())
-            || kindOfFile(entry.path()).format != photo::PhotoFormat::Unknown;
+        return photo::hasPictureSuffix(path)
+            || (error == 0 && kindOfFile(path).format != photo::PhotoFormat::Unknown);
     }
 
-    bool isOutputFolder(const fs::path &path) const
+    // An output folder inside the album is no part of the album.
+    bool isOutputFolder(const struct stat &folder) const
     {
-        std::error_code error;
-        return !m_outputFolder.empty() && fs::canonical(path, error) == m_outputFolder;
+        return m_hasOutputFolder && folder.st_dev == m_outputFolder.st_dev
+            && folder.st_ino == m_outputFolder.st_ino;
     }
 
     const Options &m_options;
-    fs::path m_outputFolder;
+    const qint64 m_maximumMemory;
+    struct stat m_outputFolder
+    {
+    };
+    const bool m_hasOutputFolder;
     InputList m_list;
 };
 
@@ -237,9 +293,23 @@ void addFromList(Collector &collector, const Options &options)
 
 } // namespace
 
-InputList collectInputs(const Options &options)
+qint64 InputList::memory() const
 {
-    Collector collector(options);
+    const std::size_t structures = photos.size() * (sizeof(InputPhoto) + planBytes)
+        + files.size() * sizeof(InputFile) + leftOut.size() * sizeof(const char *);
+    return static_cast<qint64>(texts.bytes() + structures);
+}
+
+std::string problemText(int problem)
+{
+    if (problem == InputPhoto::notRegular)
+        return "is no regular file";
+    return std::string("cannot be read: ") + std::strerror(problem);
+}
+
+InputList collectInputs(const Options &options, qint64 maximumMemory)
+{
+    Collector collector(options, maximumMemory);
     for (const std::string &name : options.photos) {
         if (name == "-")
             collector.addStandardInput();

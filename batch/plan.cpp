@@ -1,40 +1,18 @@
 #include "batch/plan.h"
 
-#include <filesystem>
-#include <map>
+#include <algorithm>
 #include <sys/stat.h>
 #include <utility>
 
-#include "batch/cli/commandline.h"
+#include "batch/outputkey.h"
 #include "batch/outputerrors.h"
-#include "photo/photoformat.h"
+#include "batch/outputname.h"
 
 namespace batch {
 
 namespace {
 
-namespace fs = std::filesystem;
 using Step = PlannedPhoto::Step;
-using FileIdentity = std::pair<dev_t, ino_t>;
-
-std::string withoutPictureSuffix(const fs::path &name)
-{
-    return photo::hasPictureSuffix(name.native()) ? name.stem().native() : name.filename().native();
-}
-
-std::string outputOf(const InputPhoto &input, const Options &options)
-{
-    if (!options.output.empty())
-        return options.output;
-    const std::string suffix = suffixOf(*options.format);
-    if (options.outputDirectory.empty()) {
-        const fs::path photo = input.path;
-        return photo.parent_path() / (withoutPictureSuffix(photo) + "-sketch" + suffix);
-    }
-    const fs::path place = input.relative;
-    return fs::path(options.outputDirectory) / place.parent_path()
-        / (withoutPictureSuffix(place) + suffix);
-}
 
 bool isOlder(const struct stat &file, const struct stat &other)
 {
@@ -42,151 +20,230 @@ bool isOlder(const struct stat &file, const struct stat &other)
         < std::pair(other.st_mtim.tv_sec, other.st_mtim.tv_nsec);
 }
 
+} // namespace
+
+// Looks at the outputs of a plan.
 class Planner
 {
 public:
-    Planner(const std::vector<InputPhoto> &inputs, const Options &options)
-        : m_inputs(inputs)
-        , m_options(options)
+    explicit Planner(Plan &plan)
+        : m_plan(plan)
+        , m_options(*plan.m_options)
+        , m_files(plan.m_inputs.files)
     {
     }
 
-    std::vector<PlannedPhoto> plan()
+    void plan()
     {
-        for (const InputPhoto &input : m_inputs)
-            addPhoto(input);
-        for (std::size_t i = 0; i < m_photos.size(); ++i) {
-            if (writesFile(m_photos[i])) {
-                settleExisting(m_photos[i]);
-                findSharedOutput(i);
-            }
-        }
+        settleOutputs();
+        findSharedOutputs();
         // Only now is known which sketches are left alone.
-        for (std::size_t i = 0; i < m_photos.size(); ++i) {
-            if (writesFile(m_photos[i]))
+        std::ranges::sort(m_files);
+        for (std::size_t i = 0; i < m_plan.size(); ++i) {
+            if (m_plan.m_entries[i].outputExists)
                 findInputInTheWay(i);
         }
-        return std::move(m_photos);
     }
 
 private:
-    static bool writesFile(const PlannedPhoto &photo)
+    using Reason = Plan::Reason;
+    using Entry = Plan::Entry;
+
+    // An output by the hash of its key.
+    struct Output
     {
-        return photo.output != "-" && !photo.output.empty();
+        std::size_t hash;
+        std::uint32_t index;
+
+        auto operator<=>(const Output &) const = default;
+    };
+
+    static void settle(Entry &entry, Step step, Reason reason, std::size_t other = 0)
+    {
+        entry.step = step;
+        entry.reason = reason;
+        entry.other = static_cast<std::uint32_t>(other);
     }
 
-    void addPhoto(const InputPhoto &input)
+    void settleOutputs()
     {
-        if (!input.problem.empty()) {
-            m_photos.push_back({input.path, {}, Step::Fail, input.problem, {}});
-            return;
+        m_outputs.reserve(m_plan.size());
+        for (std::size_t i = 0; i < m_plan.size(); ++i) {
+            Entry &entry = m_plan.m_entries[i];
+            if (m_plan.m_inputs.photos[i].problem != 0) {
+                settle(entry, Step::Fail, Reason::Unreadable);
+                continue;
+            }
+            const std::string output = m_plan.outputOf(i);
+            if (output == "-")
+                continue;
+            settleExisting(entry, i, output);
+            const std::size_t hash = m_keys.keyOf(output, entry.outputIsLink).hash();
+            m_outputs.push_back({hash, static_cast<std::uint32_t>(i)});
         }
-        struct stat status
-        {
-        };
-        if (input.path != "-" && stat(input.path.c_str(), &status) == 0)
-            m_byIdentity.try_emplace({status.st_dev, status.st_ino}, m_photos.size());
-        m_photos.push_back({input.path, outputOf(input, m_options), Step::Sketch, {}, {}});
     }
 
-    void settleExisting(PlannedPhoto &photo) const
+    void settleExisting(Entry &entry, std::size_t index, const std::string &output)
     {
         struct stat status
         {
         };
-        if (lstat(photo.output.c_str(), &status) != 0)
+        if (lstat(output.c_str(), &status) != 0)
             return;
-        const bool isLink = S_ISLNK(status.st_mode);
-        const bool regular = stat(photo.output.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+        entry.outputExists = true;
+        entry.outputIsLink = S_ISLNK(status.st_mode);
+        const bool isFollowed = !entry.outputIsLink || stat(output.c_str(), &status) == 0;
+        const bool isRegular = isFollowed && S_ISREG(status.st_mode);
         switch (m_options.existing) {
-        case Existing::Fail: refuse(photo, OutputExists(photo.output).what()); return;
-        case Existing::Skip: skip(photo, OutputExists::skipped); return;
+        case Existing::Fail: settle(entry, Step::Fail, Reason::OutputExists); return;
+        case Existing::Skip: settle(entry, Step::Skip, Reason::OutputThere); return;
         case Existing::RedoOlder:
-            if (regular && !isOlderThanPhoto(status, photo)) {
-                skip(photo, "the output is not older");
+            if (isRegular && !isOlderThanPhoto(status, index)) {
+                settle(entry, Step::Skip, Reason::OutputNotOlder);
                 return;
             }
             break;
         case Existing::Overwrite: break;
         }
-        if (regular)
-            photo.replaced.emplace(status, isLink);
-        else
-            refuse(photo, "the output " + photo.output + " is no regular file");
+        if (!isRegular) {
+            settle(entry, Step::Fail, Reason::OutputIrregular);
+            return;
+        }
+        m_plan.m_replaced.emplace_back(status, entry.outputIsLink);
+        entry.other = static_cast<std::uint32_t>(m_plan.m_replaced.size());
     }
 
-    static bool isOlderThanPhoto(const struct stat &output, const PlannedPhoto &photo)
+    bool isOlderThanPhoto(const struct stat &output, std::size_t index) const
     {
+        const std::string_view input = m_plan.m_inputs.photos[index].path;
         struct stat status
         {
         };
-        return photo.input == "-" || stat(photo.input.c_str(), &status) != 0
-            || isOlder(output, status);
+        return input == "-" || stat(input.data(), &status) != 0 || isOlder(output, status);
     }
 
-    static void refuse(PlannedPhoto &photo, std::string reason)
+    // Outputs of one hash stand side by side, in the order of their photos.
+    void findSharedOutputs()
     {
-        photo.step = Step::Fail;
-        photo.reason = std::move(reason);
-    }
-    static void skip(PlannedPhoto &photo, std::string reason)
-    {
-        photo.step = Step::Skip;
-        photo.reason = std::move(reason);
-    }
-    static void markConflict(PlannedPhoto &photo, std::string reason)
-    {
-        photo.step = Step::Conflict;
-        photo.reason = std::move(reason);
+        std::ranges::sort(m_outputs);
+        for (auto first = m_outputs.begin(); first != m_outputs.end();) {
+            const auto end = std::find_if(first, m_outputs.end(), [&](const Output &output) {
+                return output.hash != first->hash;
+            });
+            if (end - first > 1)
+                compareKeys(first, end);
+            first = end;
+        }
+        m_outputs = {};
     }
 
-    void findSharedOutput(std::size_t index)
+    template <typename Iterator> void compareKeys(Iterator first, Iterator end)
     {
-        PlannedPhoto &photo = m_photos[index];
-        std::error_code error;
-        const fs::path target = fs::weakly_canonical(fs::absolute(photo.output, error), error);
-        const auto [found, isNew] =
-            m_byOutput.try_emplace(error ? photo.output : target.native(), index);
-        if (isNew)
-            return;
-        PlannedPhoto &other = m_photos[found->second];
-        markConflict(photo, "has the same output as " + other.input + ": " + photo.output);
-        if (other.step != Step::Conflict)
-            markConflict(other, "has the same output as " + photo.input + ": " + other.output);
+        for (; first != end; ++first) {
+            const OutputKey key = keyOf(first->index);
+            const auto rest = std::stable_partition(
+                first + 1, end, [&](const Output &other) { return keyOf(other.index) == key; });
+            for (auto same = first + 1; same != rest; ++same)
+                markShared(first->index, same->index);
+            first = rest - 1;
+        }
+    }
+
+    OutputKey keyOf(std::size_t index)
+    {
+        return m_keys.keyOf(m_plan.outputOf(index), m_plan.m_entries[index].outputIsLink);
+    }
+
+    void markShared(std::size_t first, std::size_t index)
+    {
+        settle(m_plan.m_entries[index], Step::Conflict, Reason::SameOutput, first);
+        if (m_plan.m_entries[first].step != Step::Conflict)
+            settle(m_plan.m_entries[first], Step::Conflict, Reason::SameOutput, index);
     }
 
     void findInputInTheWay(std::size_t index)
     {
-        PlannedPhoto &photo = m_photos[index];
         struct stat status
         {
         };
-        if (stat(photo.output.c_str(), &status) != 0)
+        if (stat(m_plan.outputOf(index).c_str(), &status) != 0)
             return;
-        const auto found = m_byIdentity.find(FileIdentity {status.st_dev, status.st_ino});
-        if (found == m_byIdentity.end())
+        const auto found =
+            std::ranges::lower_bound(m_files, InputFile {status.st_dev, status.st_ino, 0});
+        if (found == m_files.end() || found->device != status.st_dev
+            || found->inode != status.st_ino)
             return;
-        PlannedPhoto &other = m_photos[found->second];
-        if (found->second == index)
-            markConflict(photo, "the output " + photo.output + " is the photo itself");
-        else if (photo.step == Step::Skip && other.step != Step::Conflict)
-            skip(other, "is the sketch of " + photo.input);
-        else if (photo.step != Step::Conflict)
-            markConflict(photo, "the output " + photo.output + " is the photo " + other.input);
+        Entry &entry = m_plan.m_entries[index];
+        Entry &other = m_plan.m_entries[found->index];
+        if (found->index == index)
+            settle(entry, Step::Conflict, Reason::OutputIsItself);
+        else if (entry.step == Step::Skip && other.step != Step::Conflict)
+            settle(other, Step::Skip, Reason::SketchOfOther, index);
+        else if (entry.step != Step::Conflict)
+            settle(entry, Step::Conflict, Reason::OutputIsOther, found->index);
     }
 
-    const std::vector<InputPhoto> &m_inputs;
+    Plan &m_plan;
     const Options &m_options;
-    std::vector<PlannedPhoto> m_photos;
-    std::map<FileIdentity, std::size_t> m_byIdentity;
-    std::map<std::string, std::size_t> m_byOutput;
+    std::deque<InputFile> &m_files;
+    OutputKeys m_keys;
+    std::vector<Output> m_outputs;
 };
 
-} // namespace
-
-std::vector<PlannedPhoto> planPhotos(const std::vector<InputPhoto> &inputs, const Options &options)
+Plan::Plan(InputList inputs, const Options &options)
+    : m_options(&options)
+    , m_inputs(std::move(inputs))
+    , m_entries(m_inputs.photos.size())
 {
-    return Planner(inputs, options).plan();
+    Planner(*this).plan();
+    m_inputs.files = {};
+}
+
+std::string Plan::outputOf(std::size_t index) const
+{
+    return outputName(m_inputs.photos[index], *m_options);
+}
+
+bool Plan::hasConflicts() const
+{
+    return std::ranges::find(m_entries, Step::Conflict, &Entry::step) != m_entries.end();
+}
+
+qint64 Plan::memory() const
+{
+    return m_inputs.memory() + static_cast<qint64>(m_replaced.size() * sizeof(KnownFile));
+}
+
+PlannedPhoto Plan::photo(std::size_t index) const
+{
+    const Entry &entry = m_entries[index];
+    PlannedPhoto photo;
+    photo.input = m_inputs.photos[index].path;
+    photo.step = entry.step;
+    if (entry.reason != Reason::Unreadable)
+        photo.output = outputOf(index);
+    photo.reason = reasonText(entry, index, photo.output);
+    if (entry.reason == Reason::None && entry.other > 0)
+        photo.replaced = m_replaced[entry.other - 1];
+    return photo;
+}
+
+std::string Plan::reasonText(const Entry &entry, std::size_t index, const std::string &output) const
+{
+    const auto other = [&] { return std::string(m_inputs.photos[entry.other].path); };
+    switch (entry.reason) {
+    case Reason::None: break;
+    case Reason::Unreadable: return problemText(m_inputs.photos[index].problem);
+    case Reason::OutputExists: return ::batch::OutputExists(output).what();
+    case Reason::OutputIrregular: return "the output " + output + " is no regular file";
+    case Reason::OutputThere: return ::batch::OutputExists::skipped;
+    case Reason::OutputNotOlder: return "the output is not older";
+    case Reason::SameOutput: return "has the same output as " + other() + ": " + output;
+    case Reason::OutputIsOther: return "the output " + output + " is the photo " + other();
+    case Reason::OutputIsItself: return "the output " + output + " is the photo itself";
+    case Reason::SketchOfOther: return "is the sketch of " + other();
+    }
+    return {};
 }
 
 } // namespace batch

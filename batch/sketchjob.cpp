@@ -112,10 +112,12 @@ private:
         const qint64 bytes = need();
         if (bytes <= m_memory.capacity())
             return bytes;
+        const bool isShared = m_memory.capacity() < m_options.maximumMemory;
         throw photo::PhotoError(
             "is " + std::to_string(m_size.width()) + " x " + std::to_string(m_size.height())
             + " pixels and needs " + std::to_string((bytes >> 20) + 1) + " MB, more than the "
-            + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows");
+            + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows"
+            + (isShared ? " beside the list of photos" : ""));
     }
 
     void writeStandardOutput()

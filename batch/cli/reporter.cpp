@@ -76,6 +76,13 @@ std::string lineFor(const std::string &input, const std::string &output, const P
     return input + ": " + printable(result.reason);
 }
 
+std::string octal(unsigned char code)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "\\%03o", code);
+    return text;
+}
+
 } // namespace
 
 void writeMessage(const std::string &text)
@@ -88,8 +95,6 @@ std::string printable(const std::string &name)
     std::string text;
     for (const char letter : name) {
         const auto code = static_cast<unsigned char>(letter);
-        char octal[8];
-        std::snprintf(octal, sizeof octal, "\\%03o", code);
         if (letter == '\\')
             text += "\\\\";
         else if (letter == '\n')
@@ -97,7 +102,7 @@ std::string printable(const std::string &name)
         else if (letter == '\t')
             text += "\\t";
         else if (code < 0x20 || code == 0x7f)
-            text += octal;
+            text += octal(code);
         else
             text += letter;
     }
