@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <new>
 #include <optional>
 #include <sys/stat.h>
@@ -23,22 +24,35 @@ namespace batch {
 namespace {
 
 // A picture for standard output, which must not be begun before it is complete.
+// Kept in pieces: one piece that grows would be there twice when it is moved.
 class StandardOutput : public photo::ByteSink
 {
 public:
     void write(const unsigned char *bytes, std::size_t count) override
     {
-        m_bytes.insert(m_bytes.end(), bytes, bytes + count);
+        while (count > 0) {
+            if (m_pieces.empty() || m_pieces.back().size() == pieceSize) {
+                m_pieces.emplace_back();
+                m_pieces.back().reserve(pieceSize);
+            }
+            std::vector<unsigned char> &piece = m_pieces.back();
+            const std::size_t fitting = std::min(count, pieceSize - piece.size());
+            piece.insert(piece.end(), bytes, bytes + fitting);
+            bytes += fitting;
+            count -= fitting;
+        }
     }
     void flush() const
     {
-        if (!writeFully(STDOUT_FILENO, m_bytes.data(), m_bytes.size()))
-            throw photo::PhotoError(std::string("cannot write the output: ")
-                                    + std::strerror(errno));
+        for (const std::vector<unsigned char> &piece : m_pieces) {
+            if (!writeFully(STDOUT_FILENO, piece.data(), piece.size()))
+                throw photo::PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
+        }
     }
 
 private:
-    std::vector<unsigned char> m_bytes;
+    static constexpr std::size_t pieceSize = 64 << 10;
+    std::deque<std::vector<unsigned char>> m_pieces;
 };
 
 // What the toolkit does to a picture so that it stands upright.
@@ -103,7 +117,9 @@ private:
         const qint64 encoding = photo::encoderNeed(sketchFormat(), m_size);
         const qint64 work =
             isTurned() ? std::max(decoding + pixels, 2 * pixels + encoding) : decoding + encoding;
-        const qint64 buffered = m_photo.output == "-" ? pixels : 0;
+        // A JPEG of the greatest quality takes nearly two bytes for a pixel of noise.
+        const qint64 bufferedBytes = *m_options.format == OutputFormat::Jpeg ? 2 : 1;
+        const qint64 buffered = m_photo.output == "-" ? bufferedBytes * pixels : 0;
         return work + buffered + m_input.buffered().size();
     }
 

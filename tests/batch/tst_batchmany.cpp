@@ -28,6 +28,7 @@ class tst_BatchMany : public QObject
 private slots:
     void initTestCase();
     void jobsWithinMaximum();
+    void standardOutputOnce();
     void namesTakeLittle_data();
     void namesTakeLittle();
     void listBeyondMaximum();
@@ -58,6 +59,31 @@ void tst_BatchMany::jobsWithinMaximum()
                                   0);
     QVERIFY(peak > 0);
     QVERIFY2(peak < 100'000'000, QByteArray::number(peak / 1'000'000) + " MB");
+}
+
+// A sketch for standard output is there once, however it grew.
+void tst_BatchMany::standardOutputOnce()
+{
+    BatchProcess batch;
+    QImage noise(3000, 2500, QImage::Format_RGB32);
+    QRandomGenerator random(1);
+    for (int y = 0; y < noise.height(); ++y) {
+        for (int x = 0; x < noise.width(); ++x)
+            noise.setPixel(x, y, random.bounded(2) ? 0xffffffff : 0xff000000);
+    }
+    batch.write("a.jpg", testphotos::encoded(noise, "jpeg", {}, 100));
+    const QString file = batch.path("b.jpg");
+    const qint64 toFile = peakOfRun({"-o", file, batch.path("a.jpg")}, 0);
+    const qint64 toPipe = peakOfRun({"-o", "-", batch.path("a.jpg")}, 0);
+    const qint64 size = QFileInfo(file).size();
+    QVERIFY(toFile > 0 && size > 4'000'000);
+    QVERIFY2(toPipe - toFile < size + 2'500'000,
+             qPrintable(QStringLiteral("%1 bytes more for %2").arg(toPipe - toFile).arg(size)));
+    // What is announced is enough for it, noise at the greatest quality.
+    QVERIFY(size > 13'500'000);
+    COMPARE_EXIT(batch.run({"--max-memory", "13500000", "-o", "-", "a.jpg"}), 1);
+    QVERIFY(size < 2 * 3000 * 2500);
+    COMPARE_EXIT(batch.run({"--max-memory", "17M", "-o", "-", "a.jpg"}), 0);
 }
 
 void tst_BatchMany::namesTakeLittle_data()
