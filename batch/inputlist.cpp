@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "batch/cli/commandline.h"
-#include "photo/photoformat.h"
 #include "batch/cli/standardstreams.h"
+#include "photo/photoformat.h"
 
 namespace batch {
 

@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "batch/outputkey.h"
 #include "batch/outputerrors.h"
+#include "batch/outputkey.h"
 #include "batch/outputname.h"
 
 namespace batch {

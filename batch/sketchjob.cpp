@@ -46,7 +46,8 @@ public:
     {
         for (const std::vector<unsigned char> &piece : m_pieces) {
             if (!writeFully(STDOUT_FILENO, piece.data(), piece.size()))
-                throw photo::PhotoError(std::string("cannot write the output: ") + std::strerror(errno));
+                throw photo::PhotoError(std::string("cannot write the output: ")
+                                        + std::strerror(errno));
         }
     }
 

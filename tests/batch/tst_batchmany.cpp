@@ -1,7 +1,7 @@
 #include "tests/batch/batchprocess.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <csignal>
 
 #include "tests/batch/failingcalls.h"
-#include "tests/batch/testphotos.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
 
 // A system that refuses what it usually gives.
 class tst_BatchSystem : public QObject
