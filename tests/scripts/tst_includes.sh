@@ -59,4 +59,20 @@ takes app/a.cpp '"ui_mainwindow.h"'
 takes batch/a.cpp '"photo/decode/photodecoder.h"'
 takes batch/cli/a.cpp '<QString>'
 takes sketch/kernel/a.cpp '<hwy/highway.h>'
+
+
+# The picture of the house shows the same arrows as the rules.
+rules=$(sed -n 's/^ *"\([a-z/]*\):\([a-z/,]*\)")*$/\1 \2/p' "$tree/cmake/CheckIncludes.cmake" |
+    while read -r folder allowed; do
+        for target in ${allowed//,/ }; do
+            [[ $target == "$folder" ]] || printf '%s -> %s\n' "$folder" "$target"
+        done
+    done | sort)
+arrows=$(sed -n 's/^ *"\([^"]*\)" -> "\([^"]*\)";$/\1 -> \2/p' "$tree/docs/house.dot" | sort)
+[[ -n $rules ]] || fail "no rules found"
+[[ $rules == "$arrows" ]] || fail "docs/house.dot shows other arrows:
+$(diff <(printf '%s\n' "$rules") <(printf '%s\n' "$arrows"))"
+while read -r node; do
+    grep -q ">${node}/<" "$tree/docs/house.svg" || fail "docs/house.svg lacks $node: run docs/render.sh"
+done < <(sed -n 's/^    "\([a-z/]*\)" \[.*/\1/p' "$tree/docs/house.dot")
 printf 'the rules of includes hold\n'
