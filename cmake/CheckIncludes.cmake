@@ -66,6 +66,7 @@ function(crayvell_check_includes top)
         string(REGEX REPLACE ".*:" "" allowed "${rule}")
         string(REPLACE "," ";" allowed "${allowed}")
         file(GLOB_RECURSE sources RELATIVE "${top}" "${top}/${folder}/*.cpp" "${top}/${folder}/*.h")
+        list(FILTER sources EXCLUDE REGEX "(^|/)\\.") # an editor's lock or backup
         foreach(source IN LISTS sources)
             _crayvell_folder_of("${source}" own)
             if(NOT own STREQUAL folder)

@@ -55,6 +55,7 @@ refuses batch/cli/a.cpp '"batch/plan.h"' "batch/cli/ may include nothing"
 refuses batch/a.cpp '"tests/support/pictures.h"' "know nothing of their tests"
 refuses batch/a.cpp '"plan.h"' "must begin with a folder of the tree"
 takes app/a.cpp '"sketch/levels.h"'
+takes app/.a.cpp '"batch/plan.h"' # is of an editor
 takes app/a.cpp '"ui_mainwindow.h"'
 takes batch/a.cpp '"photo/decode/photodecoder.h"'
 takes batch/cli/a.cpp '<QString>'
