@@ -322,7 +322,9 @@ void tst_BatchSystem::poorFileSystems()
     batch.write("b-sketch.jpg", "mine");
     const auto first = batch.run({"a.jpg", "b.jpg"}, {}, failingCalls(calls));
     COMPARE_EXIT(first, 1);
-    QCOMPARE(first.errors, QByteArray("b.jpg: the output b-sketch.jpg exists already\n"));
+    QCOMPARE(first.errors,
+             QByteArray("b.jpg: the output b-sketch.jpg exists already; --overwrite replaces it, "
+                        "--skip-existing leaves it\n"));
     QCOMPARE(batch.contents("a-sketch.jpg"), m_sketch);
     QCOMPARE(batch.contents("b-sketch.jpg"), "mine");
     COMPARE_EXIT(batch.run({"--overwrite", "b.jpg"}, {}, failingCalls(calls)), 0);
@@ -333,7 +335,9 @@ void tst_BatchSystem::poorFileSystems()
         batch.run({"--fsync", "c.jpg"}, {},
                   failingCalls(calls) + runningAt("fsync", "echo theirs >c-sketch.jpg"));
     COMPARE_EXIT(late, 1);
-    QCOMPARE(late.errors, QByteArray("c.jpg: the output exists already\n"));
+    QCOMPARE(late.errors,
+             QByteArray("c.jpg: the output c-sketch.jpg exists already; --overwrite replaces it, "
+                        "--skip-existing leaves it\n"));
     QCOMPARE(batch.contents("c-sketch.jpg"), "theirs\n");
     QCOMPARE(batch.files().size(), 6);
 }
