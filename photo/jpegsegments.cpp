@@ -33,6 +33,7 @@ public:
             return atEnd;
         return static_cast<unsigned char>(m_buffer[m_at++]);
     }
+    qint64 position() const { return m_device.pos() - (m_end - m_at); }
     void skip(qint64 count)
     {
         const qint64 here = std::min<qint64>(count, m_end - m_at);
@@ -87,12 +88,32 @@ bool hasContent(int marker)
     return marker != temporary && (marker < firstRestart || marker > startOfImage);
 }
 
-void skipContent(Bytes &bytes)
+// Reads a content's length and passes over it.
+SegmentPlace passContent(Bytes &bytes)
 {
     const int high = bytes.next();
     const int low = bytes.next();
-    if (high >= 0 && low >= 0)
-        bytes.skip(std::max(high * 256 + low - 2, 0));
+    if (high < 0 || low < 0)
+        return {};
+    const SegmentPlace place {bytes.position(), std::max(high * 256 + low - 2, 0)};
+    bytes.skip(place.length);
+    return place;
+}
+
+// Visits each segment with content, until the visitor says that it is enough.
+template <typename Visit> void walk(QIODevice &device, Visit visit)
+{
+    Bytes bytes(device);
+    for (;;) {
+        const int marker = nextMarker(bytes);
+        if (marker == atEnd || marker == endOfImage)
+            break;
+        if (!hasContent(marker))
+            continue; // restarts above all, of which a picture may have millions
+        if (!visit(marker, passContent(bytes)))
+            break;
+    }
+    device.seek(0);
 }
 
 } // namespace
@@ -100,22 +121,25 @@ void skipContent(Bytes &bytes)
 JpegSegments countJpegSegments(QIODevice &device, JpegReach reach)
 {
     JpegSegments found;
-    Bytes bytes(device);
-    while (found.segments <= mostJpegSegments && found.scans <= mostJpegScans) {
-        const int marker = nextMarker(bytes);
-        if (marker == atEnd || marker == endOfImage)
-            break;
-        if (!hasContent(marker))
-            continue; // restarts above all, of which a picture may have millions
+    walk(device, [&](int marker, SegmentPlace) {
+        const bool isScan = marker == startOfScan;
         ++found.segments;
-        if (marker == startOfScan)
-            ++found.scans;
-        if (marker == startOfScan && reach == JpegReach::FirstScan)
-            break;
-        skipContent(bytes);
-    }
-    device.seek(0);
+        found.scans += isScan ? 1 : 0;
+        return !(isScan && reach == JpegReach::FirstScan) && found.segments <= mostJpegSegments
+            && found.scans <= mostJpegScans;
+    });
     return found;
+}
+
+std::vector<SegmentPlace> jpegSegmentsOfKind(QIODevice &device, int marker)
+{
+    std::vector<SegmentPlace> places;
+    walk(device, [&](int found, SegmentPlace place) {
+        if (found == marker && place.length > 0)
+            places.push_back(place);
+        return found != startOfScan;
+    });
+    return places;
 }
 
 } // namespace photo

@@ -2,6 +2,8 @@
 
 #include <QIODevice>
 
+#include <vector>
+
 namespace photo {
 
 // How far a JPEG is walked over.
@@ -26,5 +28,16 @@ constexpr int mostJpegScans = 500;
 // not further than shortly beyond the two bounds. The device must stand at the
 // file's beginning and is put back there.
 JpegSegments countJpegSegments(QIODevice &device, JpegReach reach);
+
+// Where a segment's content lies in the file.
+struct SegmentPlace
+{
+    qint64 offset;
+    qint64 length;
+};
+
+// The contents of those segments of one kind, such as 0xe1, that stand before the
+// first scan. The device must stand at the file's beginning and is put back there.
+std::vector<SegmentPlace> jpegSegmentsOfKind(QIODevice &device, int marker);
 
 } // namespace photo

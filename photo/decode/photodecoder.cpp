@@ -6,6 +6,7 @@
 #include "photo/decode/pngdecoder.h"
 #include "photo/decode/tiffdecoder.h"
 #include "photo/decode/toolkitdecoder.h"
+#include "photo/jpegorientation.h"
 #include "photo/photoerror.h"
 #include "photo/photoformat.h"
 #include "photo/readingbounds.h"
@@ -53,10 +54,13 @@ std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions
     if (kind.format == PhotoFormat::Png)
         return std::make_unique<PngDecoder>(device, options);
     const char *const format = readerName(kind.format, beginning);
+    if (kind.format == PhotoFormat::Jpeg) {
+        header.knowsOrientation = true;
+        header.transformation = jpegOrientation(device);
+        return std::make_unique<JpegDecoder>(device, options);
+    }
     if (kind.format != PhotoFormat::WebP)
         header = readHeader(device, format);
-    if (kind.format == PhotoFormat::Jpeg)
-        return std::make_unique<JpegDecoder>(device, options);
     if (kind.format == PhotoFormat::Tiff) {
         if (auto decoder = TiffDecoder::make(device, header.pixels, options))
             return decoder;
