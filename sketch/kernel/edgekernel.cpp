@@ -13,6 +13,8 @@
 
 #include <hwy/highway.h>
 
+#include "sketch/kernel/dispatch.h"
+
 #include "sketch/kernel/bytevectors-inl.h"
 #include "sketch/kernel/edgeworkspace.h"
 #include "sketch/kernel/luminance-inl.h"
@@ -186,8 +188,6 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace sketch {
 
-HWY_EXPORT(edgeRows);
-
 void edgeKernel(const ConstImageView &photo, uint8_t *edges, const RowsDone &rowsDone)
 {
     if (photo.width < taps || photo.height < taps) {
@@ -195,7 +195,7 @@ void edgeKernel(const ConstImageView &photo, uint8_t *edges, const RowsDone &row
         rowsDone(photo.height);
         return;
     }
-    HWY_DYNAMIC_DISPATCH(edgeRows)(photo, edges, rowsDone);
+    SKETCH_DISPATCH(edgeRows)(photo, edges, rowsDone);
 }
 
 } // namespace sketch

@@ -4,10 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <vector>
-
-#include <hwy/aligned_allocator.h>
 
 // What the kernels for all instruction sets share.
 
@@ -46,10 +45,8 @@ public:
         : doubtful(width / 64 + slack / 8)
         , positions(width + slack)
         , m_pitch((width / slack + 3) * slack)
-        , m_bytes(hwy::AllocateAligned<uint8_t>((taps + 1) * m_pitch))
+        , m_bytes(new (std::align_val_t(slack)) uint8_t[(taps + 1) * m_pitch])
     {
-        if (!m_bytes)
-            throw std::bad_alloc();
         // The slack is read, though what it gives is thrown away.
         std::fill_n(m_bytes.get(), (taps + 1) * m_pitch, uint8_t(0));
     }
@@ -62,13 +59,18 @@ public:
     const std::array<uint8_t, 32> lossy = lossyGreys();
 
 private:
+    struct AlignedDelete
+    {
+        void operator()(uint8_t *bytes) const { operator delete[](bytes, std::align_val_t(slack)); }
+    };
+
     uint8_t *row(int index)
     {
         return m_bytes.get() + static_cast<std::size_t>(index) * m_pitch + slack;
     }
 
     std::size_t m_pitch;
-    hwy::AlignedFreeUniquePtr<uint8_t[]> m_bytes;
+    std::unique_ptr<uint8_t[], AlignedDelete> m_bytes;
 };
 
 // A row of the photo, and the row that will be read after it.

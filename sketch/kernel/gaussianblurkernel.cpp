@@ -9,6 +9,8 @@
 
 #include <hwy/highway.h>
 
+#include "sketch/kernel/dispatch.h"
+
 #include "sketch/kernel/blurcolumns-inl.h"
 #include "sketch/kernel/blurrows-inl.h"
 
@@ -44,11 +46,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace sketch {
 
-HWY_EXPORT(blurRows);
-
 void blurKernel(const ConstImageView &source, const ImageView &destination, const BlurPlan &plan)
 {
-    HWY_DYNAMIC_DISPATCH(blurRows)(source, destination, plan);
+    SKETCH_DISPATCH(blurRows)(source, destination, plan);
 }
 
 } // namespace sketch

@@ -13,7 +13,11 @@ namespace sketch {
 std::vector<std::string> variantNames();
 
 // Lets all kernels of the process use the named one, or the best one again when
-// the name is empty. Not while a kernel is running in another thread.
-void useVariant(const std::string &name);
+// the name is empty. False, and without effect, where there is none of the name. Not
+// while a kernel is running in another thread.
+bool useVariant(const std::string &name);
+
+// The one that kernels use now.
+std::string variantInUse();
 
 } // namespace sketch

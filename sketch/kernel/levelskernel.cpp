@@ -15,6 +15,8 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "sketch/kernel/dispatch.h"
+
 #ifndef CRAYVELL_LEVELSKERNEL_ONCE
 #define CRAYVELL_LEVELSKERNEL_ONCE
 
@@ -157,11 +159,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace sketch {
 
-HWY_EXPORT(renderRows);
-
 void levelsKernel(const uint8_t *edges, int low, int high, const ImageView &paper)
 {
-    HWY_DYNAMIC_DISPATCH(renderRows)(edges, Levels(low, high), paper);
+    SKETCH_DISPATCH(renderRows)(edges, Levels(low, high), paper);
 }
 
 } // namespace sketch
