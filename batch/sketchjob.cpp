@@ -162,7 +162,8 @@ private:
         photo::ExifBlock exif;
         if (!m_options.stripMetadata) {
             exif = photo::exifForSketch(m_input, m_size, m_header.knowsOrientation,
-                                        photo::exifCapacity(sketchFormat()));
+                                        photo::exifCapacity(sketchFormat()))
+                       .block;
         }
         if (isTurned())
             encodeTurned(exif, sink);

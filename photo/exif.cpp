@@ -2,11 +2,17 @@
 
 #include <exiv2/exiv2.hpp>
 
+#include <QScopeGuard>
+
 #include <algorithm>
-#include <filesystem>
 #include <iterator>
 #include <mutex>
+#include <new>
+#include <optional>
 #include <string_view>
+
+#include "photo/exifblock.h"
+#include "photo/makernote.h"
 
 namespace photo {
 
@@ -14,23 +20,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Layout of the pixels in a TIFF, which the photo's EXIF data share a directory
-// with, and profiles and other blocks that belong to its colours.
-constexpr uint16_t layoutTags[] = {
-    0x00fe, 0x00ff, 0x0100, 0x0101, 0x0102, 0x0103, 0x0106, 0x0107, 0x0108, 0x0109, 0x010a, 0x0111,
-    0x0115, 0x0116, 0x0117, 0x011c, 0x0120, 0x0121, 0x0122, 0x0123, 0x0124, 0x0125, 0x0129, 0x012d,
-    0x013d, 0x013e, 0x013f, 0x0140, 0x0141, 0x0142, 0x0143, 0x0144, 0x0145, 0x014a, 0x014c, 0x0151,
-    0x0152, 0x0153, 0x0154, 0x0155, 0x0156, 0x015b, 0x0200, 0x0201, 0x0202, 0x0203, 0x0205, 0x0206,
-    0x0207, 0x0208, 0x0209, 0x0211, 0x0212, 0x0213, 0x0214, 0x02bc, 0x83bb, 0x8649, 0x8773};
-
-bool belongsToFile(const Exiv2::Exifdatum &datum)
-{
-    const std::string group = datum.groupName();
-    if (group == "Thumbnail" || group.starts_with("SubImage") || group.starts_with("SubThumb")
-        || group == "Image2" || group == "Image3")
-        return true;
-    return group == "Image" && std::ranges::find(layoutTags, datum.tag()) != std::end(layoutTags);
-}
+std::mutex exiv2Lock;
 
 bool isMakerNote(const Exiv2::Exifdatum &datum)
 {
@@ -56,54 +46,160 @@ void replaceExisting(Exiv2::ExifData &exif, const char *key, uint32_t value)
         *datum = value;
 }
 
-Exiv2::ExifData readExif(PhotoInput &photo)
-{
-    // An absolute name cannot be taken for one of the library's protocols.
-    auto image = photo.isStandardInput()
-        ? Exiv2::ImageFactory::open(
-            reinterpret_cast<const Exiv2::byte *>(photo.buffered().constData()),
-            static_cast<std::size_t>(photo.buffered().size()))
-        : Exiv2::ImageFactory::open(std::filesystem::absolute(photo.name()).native());
-    image->readMetadata();
-    return image->exifData();
-}
-
 ExifBlock encoded(const Exiv2::ExifData &exif)
 {
     Exiv2::Blob block;
     if (!exif.empty())
         Exiv2::ExifParser::encode(block, Exiv2::littleEndian, exif);
-    return {block.begin(), block.end()};
+    return block;
 }
 
-ExifBlock encodedWithin(Exiv2::ExifData &exif, std::size_t capacity)
+constexpr const char *partsLost = "some of its EXIF data are left out: they are damaged";
+
+std::string notesLost(const char *reason)
 {
-    ExifBlock block = encoded(exif);
-    if (block.size() <= capacity)
-        return block;
-    eraseIf(exif, isMakerNote);
-    block = encoded(exif);
-    return block.size() <= capacity ? block : ExifBlock();
+    return std::string("its maker's notes are left out: ") + reason;
+}
+
+std::string allLost(const std::string &reason)
+{
+    return "its EXIF data are left out: " + reason;
+}
+
+class Conversion
+{
+public:
+    Conversion(QSize sketchSize, bool isUpright, std::size_t capacity)
+        : m_sketchSize(sketchSize)
+        , m_isUpright(isUpright)
+        , m_capacity(capacity)
+    {
+    }
+
+    SketchExif convert(FoundExif found)
+    {
+        if (found.directories.isPartial)
+            m_result.warning = partsLost;
+        if (found.lostMakerNote)
+            m_result.warning = notesLost("they lie too far from the beginning of the file");
+        if (found.directories.isEmpty() && found.directories.isPartial)
+            throw ExifError("they are damaged");
+        if (!found.directories.isEmpty()) {
+            Exiv2::ExifData exif = decodedAsFarAsPossible(found);
+            found.block = ExifBlock(); // two or three copies are to follow
+            encode(exif);
+        }
+        return std::move(m_result);
+    }
+
+private:
+    Exiv2::ExifData decodedAsFarAsPossible(FoundExif &found)
+    {
+        const std::size_t fileBytes = found.block.size();
+        appendExifDirectories(found.block, found.directories);
+        const bool isCheap = hasCheapNotes(found);
+        if (isCheap) {
+            if (auto exif = decoded(found.block))
+                return std::move(*exif);
+        }
+        if (dropNotes(found.directories)) {
+            m_result.warning =
+                notesLost(isCheap ? "they are damaged" : "they overlap or are too large");
+            found.block.resize(fileBytes);
+            appendExifDirectories(found.block, found.directories);
+            if (auto exif = decoded(found.block))
+                return std::move(*exif);
+        }
+        throw ExifError("they are damaged");
+    }
+
+    static bool hasCheapNotes(const FoundExif &found)
+    {
+        const auto isCheap = [&](const ExifEntry &entry) {
+            return !isMakerNote(entry) || entry.isInline(4)
+                || isCheapMakerNote(found.block, static_cast<uint32_t>(entry.offset),
+                                    static_cast<uint32_t>(entry.bytes));
+        };
+        return std::ranges::all_of(found.directories.photo, isCheap)
+            && std::ranges::all_of(found.directories.image, isCheap);
+    }
+
+    static bool dropNotes(ExifDirectories &directories)
+    {
+        const auto isNote = [](const ExifEntry &entry) { return isMakerNote(entry); };
+        return std::erase_if(directories.photo, isNote) + std::erase_if(directories.image, isNote)
+            > 0;
+    }
+
+    // Nothing for data that the library does not take.
+    static std::optional<Exiv2::ExifData> decoded(const ExifBlock &block)
+    {
+        // The library keeps tables of its own while it reads.
+        const std::lock_guard guard(exiv2Lock);
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+        try {
+            Exiv2::ExifData exif;
+            Exiv2::ExifParser::decode(exif, block.data(), static_cast<uint32_t>(block.size()));
+            return exif;
+        } catch (const Exiv2::AnyError &) {
+            return {};
+        }
+    }
+
+    void encode(Exiv2::ExifData &exif)
+    {
+        // Notes are looked through from their beginning for every entry.
+        constexpr long mostEntries = 20'000;
+        if (exif.count() > mostEntries) {
+            eraseIf(exif, isMakerNote);
+            m_result.warning = notesLost("they have too many entries");
+        }
+        const std::lock_guard guard(exiv2Lock);
+        if (m_isUpright)
+            replaceExisting(exif, "Exif.Image.Orientation", 1);
+        replaceExisting(exif, "Exif.Photo.PixelXDimension", m_sketchSize.width());
+        replaceExisting(exif, "Exif.Photo.PixelYDimension", m_sketchSize.height());
+        encodeWithinCapacity(exif);
+    }
+
+    void encodeWithinCapacity(Exiv2::ExifData &exif)
+    {
+        m_result.block = encoded(exif);
+        if (m_result.block.size() <= m_capacity)
+            return;
+        m_result.warning = notesLost("the sketch's format has no room for them");
+        eraseIf(exif, isMakerNote);
+        m_result.block = encoded(exif);
+        if (m_result.block.size() > m_capacity)
+            throw ExifError("the sketch's format has no room for them");
+    }
+
+    QSize m_sketchSize;
+    bool m_isUpright;
+    std::size_t m_capacity;
+    SketchExif m_result;
+};
+
+FoundExif read(QIODevice &device, const std::string &name)
+{
+    const qint64 position = device.pos();
+    const auto putBack = qScopeGuard([&] { device.seek(position); });
+    device.seek(0);
+    const PhotoFormat format = contentKind(device.peek(contentProbe), name).format;
+    return findExif(device, format);
 }
 
 } // namespace
 
-ExifBlock exifForSketch(PhotoInput &photo, QSize sketchSize, bool isUpright, std::size_t capacity)
+SketchExif exifForSketch(PhotoInput &photo, QSize sketchSize, bool isUpright, std::size_t capacity)
 {
-    // The library keeps tables of its own while it reads.
-    static std::mutex lock;
-    const std::lock_guard guard(lock);
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
     try {
-        Exiv2::ExifData exif = readExif(photo);
-        eraseIf(exif, belongsToFile);
-        if (isUpright)
-            replaceExisting(exif, "Exif.Image.Orientation", 1);
-        replaceExisting(exif, "Exif.Photo.PixelXDimension", sketchSize.width());
-        replaceExisting(exif, "Exif.Photo.PixelYDimension", sketchSize.height());
-        return encodedWithin(exif, capacity);
-    } catch (const std::exception &) {
-        return {};
+        return Conversion(sketchSize, isUpright, capacity)
+            .convert(read(photo.device(), photo.name()));
+    } catch (const std::bad_alloc &) {
+        return {{}, allLost("they need more memory than there is")};
+    } catch (const std::exception &error) {
+        return {{}, allLost(error.what())};
     }
 }
 

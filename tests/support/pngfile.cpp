@@ -60,6 +60,11 @@ QByteArray whitePixel()
 
 } // namespace
 
+QByteArray pngChunk(const QByteArray &type, const QByteArray &data)
+{
+    return chunk(type, data);
+}
+
 QByteArray pngHeader(quint32 width, quint32 height, quint8 depth, quint8 colourType)
 {
     return beginning(width, height, depth, colourType) + chunk("IDAT", "\x78\x9c");

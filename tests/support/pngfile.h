@@ -2,6 +2,9 @@
 
 #include <QByteArray>
 
+// One chunk with its length and checksum.
+QByteArray pngChunk(const QByteArray &type, const QByteArray &data);
+
 // The beginning of a PNG file as far as its header, which claims a size: what a
 // decompression bomb looks like before it goes off.
 QByteArray pngHeader(quint32 width, quint32 height, quint8 depth, quint8 colourType);
