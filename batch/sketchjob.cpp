@@ -161,9 +161,10 @@ private:
     {
         photo::ExifBlock exif;
         if (!m_options.stripMetadata) {
-            exif = photo::exifForSketch(m_input, m_size, m_header.knowsOrientation,
-                                        photo::exifCapacity(sketchFormat()))
-                       .block;
+            photo::SketchExif found = photo::exifForSketch(
+                m_input, m_size, m_header.knowsOrientation, photo::exifCapacity(sketchFormat()));
+            exif = std::move(found.block);
+            m_result.warning = std::move(found.warning);
         }
         if (isTurned())
             encodeTurned(exif, sink);

@@ -117,6 +117,12 @@ Reporter::Reporter(const Options &options)
     m_clock.start();
 }
 
+// A warning in full only for those who ask.
+std::string Reporter::warningFor(const std::string &warning) const
+{
+    return m_options.verbose ? warning : warning.substr(0, warning.find(':'));
+}
+
 void Reporter::begin(std::size_t photos)
 {
     const std::lock_guard guard(m_lock);
@@ -144,6 +150,8 @@ void Reporter::photo(const std::string &input, const std::string &output, const 
         writeJson(input, output, result);
     if (isWanted)
         writeLine(lineFor(printable(input), printable(output), result));
+    if (result.status == Status::Done && !result.warning.empty() && !m_options.quiet)
+        writeLine(printable(input) + ": " + printable(warningFor(result.warning)));
     drawBar();
 }
 
@@ -155,6 +163,7 @@ void Reporter::writeJson(const std::string &input, const std::string &output,
         {QStringLiteral("output"), QString::fromStdString(output)},
         {QStringLiteral("status"), QLatin1String(statusName(result.status))},
         {QStringLiteral("reason"), QString::fromStdString(result.reason)},
+        {QStringLiteral("warning"), QString::fromStdString(result.warning)},
         {QStringLiteral("milliseconds"), result.milliseconds},
         {QStringLiteral("width"), std::max(result.size.width(), 0)},
         {QStringLiteral("height"), std::max(result.size.height(), 0)},

@@ -30,6 +30,7 @@ public:
 private:
     void writeJson(const std::string &input, const std::string &output, const PhotoResult &result);
     std::string totals() const;
+    std::string warningFor(const std::string &warning) const;
     void writeLine(const std::string &line);
     void drawBar();
     void clearBar();

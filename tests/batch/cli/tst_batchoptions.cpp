@@ -244,8 +244,8 @@ void tst_BatchOptions::json()
     for (const QByteArray &line : lines) {
         objects << QJsonDocument::fromJson(line).object();
         QCOMPARE(objects.last().keys(),
-                 QStringList(
-                     {"height", "input", "milliseconds", "output", "reason", "status", "width"}));
+                 QStringList({"height", "input", "milliseconds", "output", "reason", "status",
+                              "warning", "width"}));
     }
     QCOMPARE(objects[0]["input"].toString(), QStringLiteral("a \"quoted\"\n.jpg"));
     QCOMPARE(objects[0]["output"].toString(), QStringLiteral("o/a \"quoted\"\n.jpg"));
