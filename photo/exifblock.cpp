@@ -91,7 +91,7 @@ FoundExif checked(ExifBlock block)
     if (found.block.empty())
         return found;
     if (found.block.size() > mostExifBytes)
-        throw ExifError("they have more than 16 MB");
+        throw ExifError("they have more than 4 MB");
     const QByteArray bytes =
         QByteArray::fromRawData(reinterpret_cast<const char *>(found.block.data()),
                                 static_cast<qsizetype>(found.block.size()));
@@ -115,7 +115,7 @@ public:
     {
         m_found.directories = readExifDirectories(m_device);
         if (valueBytes(m_found.directories) > mostExifBytes)
-            throw ExifError("they have more than 16 MB");
+            throw ExifError("they have more than 4 MB");
         if (m_found.directories.isEmpty())
             return std::move(m_found);
         const auto head = m_found.directories.isBigEndian ? "MM\0*\0\0\0\0"sv : "II*\0\0\0\0\0"sv;

@@ -19,7 +19,7 @@ public:
 };
 
 // More than any camera writes.
-constexpr qint64 mostExifBytes = 16 << 20;
+constexpr qint64 mostExifBytes = 4 << 20;
 
 // One tag's entry in a directory.
 struct ExifEntry

@@ -126,7 +126,7 @@ ExifBlock exifOfText(const QByteArray &type, QIODevice &device, qint64 length)
 ExifBlock readBlock(QIODevice &device, qint64 length, qint64 most)
 {
     if (length > most)
-        throw ExifError("they have more than 16 MB");
+        throw ExifError("they have more than 4 MB");
     if (length > device.size() - device.pos())
         throw ExifError("they are cut short");
     ExifBlock block(static_cast<std::size_t>(length));
