@@ -21,11 +21,16 @@ namespace {
 // Leaves room for everything else that runs on the machine.
 constexpr qint64 shareOfMemory = 2;
 
-std::size_t workerCount(const Options &options, std::size_t photos)
+std::size_t threadCount(const Options &options)
 {
     const unsigned wanted =
         options.jobs ? static_cast<unsigned>(options.jobs) : std::thread::hardware_concurrency();
-    return std::clamp<std::size_t>(wanted, 1, std::max<std::size_t>(photos, 1));
+    return std::max(wanted, 1U);
+}
+
+std::size_t workerCount(const Options &options, std::size_t photos)
+{
+    return std::min(threadCount(options), std::max<std::size_t>(photos, 1));
 }
 
 PhotoResult plannedResult(const PlannedPhoto &photo)
@@ -129,12 +134,14 @@ void BatchRun::work()
 {
     MemoryGate memory(memoryForJobs());
     m_reporter.begin(m_plan.size());
+    const std::size_t wanted = workerCount(m_options, m_plan.size());
+    IdleThreads threads(static_cast<int>(threadCount(m_options) - wanted));
     std::atomic<std::size_t> next = 0;
     const auto worker = [&] {
         for (std::size_t i = next++; i < m_plan.size(); i = next++)
-            workOn(i, memory);
+            workOn(i, memory, threads);
+        threads.add(); // to the photos that others still work on
     };
-    const std::size_t wanted = workerCount(m_options, m_plan.size());
     std::vector<std::jthread> others;
     try {
         others.reserve(wanted - 1);
@@ -148,12 +155,13 @@ void BatchRun::work()
 }
 
 // Never throws: there may be nobody to catch it.
-void BatchRun::workOn(std::size_t index, MemoryGate &memory) noexcept
+void BatchRun::workOn(std::size_t index, MemoryGate &memory, IdleThreads &threads) noexcept
 {
     try {
         const PlannedPhoto photo = m_plan.photo(index);
         const bool isDue = photo.step == PlannedPhoto::Step::Sketch;
-        report(photo, isDue ? sketchPhoto(photo, m_options, memory) : plannedResult(photo));
+        report(photo,
+               isDue ? sketchPhoto(photo, m_options, memory, threads) : plannedResult(photo));
     } catch (...) {
         m_someFailed = true;
         constexpr std::string_view line = "a photo's end cannot be told: no memory\n";

@@ -22,7 +22,7 @@ private:
     void report(const PlannedPhoto &photo, const PhotoResult &result);
     void rehearse();
     void work();
-    void workOn(std::size_t index, MemoryGate &memory) noexcept;
+    void workOn(std::size_t index, MemoryGate &memory, IdleThreads &threads) noexcept;
     qint64 memoryForJobs() const;
 
     const Options &m_options;

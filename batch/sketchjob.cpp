@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "batch/atomicfile.h"
+#include "batch/bands.h"
 #include "batch/cli/standardstreams.h"
 #include "batch/outputerrors.h"
 #include "batch/sketchrows.h"
@@ -72,18 +73,20 @@ class SketchJob
 {
 public:
     SketchJob(const PlannedPhoto &photo, const Options &options, MemoryGate &memory,
-              PhotoResult &result)
+              IdleThreads &threads, PhotoResult &result)
         : m_photo(photo)
         , m_options(options)
         , m_memory(memory)
+        , m_threads(threads)
         , m_result(result)
         , m_input(photo.input, memory.capacity())
-        , m_decoder(photo::openPhoto(m_input, {sketchBandRows, options.allowTruncated}, m_header))
+        , m_decoder(photo::openPhoto(m_input, {bandRows, options.allowTruncated}, m_header))
     {
         m_size = m_decoder->size();
         if (m_header.transformation.testFlag(QImageIOHandler::TransformationRotate90))
             m_size.transpose();
         result.size = m_size;
+        readExif(); // before what it takes is announced
     }
 
     void run()
@@ -114,14 +117,15 @@ private:
     qint64 need() const
     {
         const qint64 pixels = qint64(m_size.width()) * m_size.height();
-        const qint64 decoding = m_decoder->memoryNeed() + sketchRowsNeed(m_decoder->size().width());
+        const qint64 decoding = m_decoder->memoryNeed()
+            + sketchRowsNeed(m_decoder->size().width(), m_options.jobs != 1);
         const qint64 encoding = photo::encoderNeed(sketchFormat(), m_size);
         const qint64 work =
             isTurned() ? std::max(decoding + pixels, 2 * pixels + encoding) : decoding + encoding;
         // A JPEG of the greatest quality takes nearly two bytes for a pixel of noise.
         const qint64 bufferedBytes = *m_options.format == OutputFormat::Jpeg ? 2 : 1;
         const qint64 buffered = m_photo.output == "-" ? bufferedBytes * pixels : 0;
-        return work + buffered + m_input.buffered().size();
+        return work + buffered + m_input.buffered().size() + static_cast<qint64>(m_exif.size());
     }
 
     qint64 checkedNeed() const
@@ -135,6 +139,16 @@ private:
             + " pixels and needs " + std::to_string((bytes >> 20) + 1) + " MB, more than the "
             + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows"
             + (isShared ? " beside the list of photos" : ""));
+    }
+
+    void readExif()
+    {
+        if (m_options.stripMetadata)
+            return;
+        photo::SketchExif found = photo::exifForSketch(m_input, m_size, m_header.knowsOrientation,
+                                                       photo::exifCapacity(sketchFormat()));
+        m_exif = std::move(found.block);
+        m_result.warning = std::move(found.warning);
     }
 
     void writeStandardOutput()
@@ -159,23 +173,15 @@ private:
 
     void encodeInto(photo::ByteSink &sink)
     {
-        photo::ExifBlock exif;
-        if (!m_options.stripMetadata) {
-            photo::SketchExif found = photo::exifForSketch(
-                m_input, m_size, m_header.knowsOrientation, photo::exifCapacity(sketchFormat()));
-            exif = std::move(found.block);
-            m_result.warning = std::move(found.warning);
-        }
         if (isTurned())
-            encodeTurned(exif, sink);
+            encodeTurned(sink);
         else
-            encodeStraight(exif, sink);
+            encodeStraight(sink);
     }
 
-    std::unique_ptr<photo::SketchEncoder> encoder(const photo::ExifBlock &exif,
-                                                  photo::ByteSink &sink) const
+    std::unique_ptr<photo::SketchEncoder> encoder(photo::ByteSink &sink) const
     {
-        return photo::makeEncoder(sketchFormat(), m_options.quality, m_size, exif, sink);
+        return photo::makeEncoder(sketchFormat(), m_options.quality, m_size, m_exif, sink);
     }
 
     sketch::GreyTable levels() const
@@ -183,21 +189,21 @@ private:
         return sketch::greyTable(m_options.blackLevel, m_options.whiteLevel);
     }
 
-    void encodeStraight(const photo::ExifBlock &exif, photo::ByteSink &sink)
+    void encodeStraight(photo::ByteSink &sink)
     {
-        const auto output = encoder(exif, sink);
-        sketchRows(*m_decoder, levels(),
+        const auto output = encoder(sink);
+        sketchRows(*m_decoder, levels(), m_threads,
                    [&](const uchar *grey, int rows) { output->write(grey, rows); });
         m_decoder.reset();
         output->finish();
     }
 
-    void encodeTurned(const photo::ExifBlock &exif, photo::ByteSink &sink)
+    void encodeTurned(photo::ByteSink &sink)
     {
         // A sketch and its turning can change places: the neighbourhood is as
         // wide as it is high. One byte a pixel is turned instead of four.
         const QImage picture = upright(wholeSketch(), m_header.transformation);
-        const auto output = encoder(exif, sink);
+        const auto output = encoder(sink);
         for (int y = 0; y < picture.height(); ++y)
             output->write(picture.constScanLine(y), 1);
         output->finish();
@@ -209,7 +215,7 @@ private:
         if (sketch.isNull())
             throw std::bad_alloc();
         int y = 0;
-        sketchRows(*m_decoder, levels(), [&](const uchar *grey, int rows) {
+        sketchRows(*m_decoder, levels(), m_threads, [&](const uchar *grey, int rows) {
             for (; rows > 0; --rows, grey += sketch.width())
                 std::copy_n(grey, sketch.width(), sketch.scanLine(y++));
         });
@@ -220,11 +226,13 @@ private:
     const PlannedPhoto &m_photo;
     const Options &m_options;
     MemoryGate &m_memory;
+    IdleThreads &m_threads;
     PhotoResult &m_result;
     photo::PhotoInput m_input;
     photo::PhotoHeader m_header;
     std::unique_ptr<photo::PhotoDecoder> m_decoder;
     QSize m_size;
+    photo::ExifBlock m_exif;
 };
 
 bool leavesExisting(const Options &options)
@@ -242,11 +250,12 @@ bool isPlainFile(const std::string &path)
 
 } // namespace
 
-PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, MemoryGate &memory)
+PhotoResult sketchPhoto(const PlannedPhoto &photo, const Options &options, MemoryGate &memory,
+                        IdleThreads &threads)
 {
     PhotoResult result;
     try {
-        SketchJob(photo, options, memory, result).run();
+        SketchJob(photo, options, memory, threads, result).run();
         result.status = Status::Done;
     } catch (const OutputExists &error) {
         // Another process was faster.

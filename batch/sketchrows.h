@@ -2,25 +2,24 @@
 
 #include <functional>
 
+#include "batch/idlethreads.h"
 #include "photo/decode/photodecoder.h"
 #include "sketch/greytable.h"
 
 namespace batch {
 
-// Rows that sketchRows() asks a decoder for at a time: few enough that they stay
-// in the processor's cache, enough that the rows done twice hardly count.
-constexpr int sketchBandRows = 32;
-
 // Receives rows of one-channel greys, without padding, from the top downwards.
 using GreyRows = std::function<void(const uchar *grey, int rows)>;
 
 // Sketches a photo band by band: for every pixel the level that
-// inverterodesketch() and updatePenLevels() give for the photo as a whole.
-// Throws what the decoder and the receiver throw.
-void sketchRows(photo::PhotoDecoder &photo, const sketch::GreyTable &table,
+// inverterodesketch() and updatePenLevels() give for the photo as a whole. As soon
+// as a thread is idle, that one decodes ahead. Throws what the decoder and the
+// receiver throw.
+void sketchRows(photo::PhotoDecoder &photo, const sketch::GreyTable &table, IdleThreads &threads,
                 const GreyRows &receive);
 
-// Bytes that sketchRows() takes besides the decoder.
-qint64 sketchRowsNeed(int width);
+// Bytes that sketchRows() takes besides the decoder; more where there may be idle
+// threads.
+qint64 sketchRowsNeed(int width, bool mayDecodeAhead);
 
 } // namespace batch
