@@ -180,10 +180,17 @@ void tst_BatchKills::interruptedWhileNobodyReads()
     for (int i = 0; i < 2000; ++i)
         list += QByteArray(100, 'm') + QByteArray::number(i) + '\n'; // more than a pipe holds
     batch.write("list", list);
-    const auto outcome = batch.shell(
-        "mkfifo pipe; exec 3<>pipe; : >log; \"$batch\" --quiet --json --files-from list >pipe 2>log &"
-        " child=$!; while [ \"$(wc -l <log)\" -lt 270 ]; do :; done; kill -INT $child;"
-        " wait $child");
+    // The log tells when the program has come to a stop: it does not grow any more.
+    const auto outcome =
+        batch.shell("mkfifo pipe; exec 3<>pipe; : >log;"
+                    " timeout --foreground --preserve-status -s KILL 100"
+                    " \"$batch\" --quiet --json --files-from list >pipe 2>log &"
+                    " child=$!; lines=0; unchanged=0;"
+                    " while [ $unchanged -lt 200 ]; do"
+                    "   before=$lines; lines=$(wc -l <log);"
+                    "   if [ \"$lines\" -gt 0 ] && [ \"$lines\" = \"$before\" ];"
+                    "   then unchanged=$((unchanged + 1)); else unchanged=0; fi;"
+                    " done; [ \"$lines\" -lt 2000 ] || exit 99; kill -INT $child; wait $child");
     COMPARE_EXIT(outcome, 130);
 }
 
