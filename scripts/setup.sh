@@ -4,7 +4,7 @@
 # What building and showing the programs takes.
 run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
     qt6-wayland libhwy-dev libexiv2-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
-    libdeflate-dev zlib1g-dev fonts-dejavu-core x11-utils)
+    libisal-dev zlib1g-dev fonts-dejavu-core x11-utils)
 # What the tests and benchmarks take beyond that.
 test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux bsdutils
     parallel gdk-pixbuf-tests zsh fish man-db)

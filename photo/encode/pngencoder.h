@@ -1,11 +1,11 @@
 #pragma once
 
+#include "photo/encode/pngrows.h"
 #include "photo/encode/sketchencoder.h"
 
 namespace photo {
 
-// Writes a PNG of one channel. The picture is gathered first, because the
-// compressor, which is several times as fast as the usual one, takes it whole.
+// Writes a PNG of one channel, as its rows come.
 class PngEncoder : public SketchEncoder
 {
 public:
@@ -18,15 +18,25 @@ public:
     static constexpr std::size_t exifCapacity = 0x7fffffff;
 
 private:
-    void writeHeader();
-    void writeChunk(const char (&type)[5], const unsigned char *bytes, std::size_t count);
-    void writePixels();
+    // Takes the compressed rows, and gives every piece of them a chunk.
+    class PixelChunks : public ByteSink
+    {
+    public:
+        explicit PixelChunks(ByteSink &sink)
+            : m_sink(sink)
+        {
+        }
+        void write(const unsigned char *bytes, std::size_t count) override;
 
-    QSize m_size;
-    const ExifBlock &m_exif;
+    private:
+        ByteSink &m_sink;
+    };
+
+    void writeHeader(QSize size);
+
     ByteSink &m_sink;
-    std::vector<unsigned char> m_rows; // each behind its filter type
-    std::size_t m_filled = 0;
+    PixelChunks m_chunks;
+    PngRows m_rows;
 };
 
 } // namespace photo
