@@ -55,12 +55,13 @@ QPixmap whitePaper(QSize size)
     return QPixmap::fromImage(std::move(paper));
 }
 
-// A copy without anything to see: resolution, texts and colour space stay.
-QImage emptiedCopy(const QImage &photo)
+// The item's pixels, which it lets go: what is painted on them copies nothing,
+// unless a host keeps the pixmap.
+QImage takePixels(QGraphicsPixmapItem &item)
 {
-    QImage copy = photo;
-    copy.fill(Qt::transparent);
-    return copy;
+    QImage pixels = item.pixmap().toImage();
+    item.setPixmap(QPixmap());
+    return pixels;
 }
 
 // Source over destination: what is marked twice becomes more opaque.
@@ -307,14 +308,13 @@ void MainWindow::on_actionHome_triggered()
 // region coordinates are scene coordinates.
 void MainWindow::ProcessWireMarker(QRegion rgn)
 {
-    QImage overlay =
-        wireOverlayItem ? wireOverlayItem->pixmap().toImage() : emptiedCopy(sourceImage);
+    QImage overlay = wireOverlayItem ? takePixels(*wireOverlayItem) : emptyOverlay(sourceImage);
     paintRegion(overlay, rgn);
     if (wireOverlayItem) {
         scene.removeItem(wireOverlayItem);
         delete wireOverlayItem;
     }
-    wireOverlayItem = scene.addPixmap(QPixmap::fromImage(overlay));
+    wireOverlayItem = scene.addPixmap(QPixmap::fromImage(std::move(overlay)));
     wireOverlayItem->setZValue(overlayZ);
 }
 

@@ -72,3 +72,13 @@ QPixmap opaquePixmap(const QImage &picture)
     copyMetadata(picture, opaque);
     return QPixmap::fromImage(opaque);
 }
+
+QImage emptyOverlay(const QImage &photo)
+{
+    QImage overlay = photo::largeImage(photo.size(), QImage::Format_ARGB32_Premultiplied);
+    if (overlay.isNull())
+        return overlay;
+    overlay.fill(Qt::transparent);
+    copyMetadata(photo, overlay);
+    return overlay;
+}

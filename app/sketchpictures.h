@@ -28,3 +28,7 @@ private:
 // picture's own memory, which it keeps alive. The picture must not be written to
 // in place while the pixmap exists; QImage's functions copy it first if they do.
 QPixmap opaquePixmap(const QImage &picture);
+
+// A copy of the photo without anything to see, in the format of pixmaps with
+// transparency, so that it becomes one without a copy; null when the photo is.
+QImage emptyOverlay(const QImage &photo);

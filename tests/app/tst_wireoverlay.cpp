@@ -75,6 +75,23 @@ template <typename Rule> QString firstWrongPixel(const QImage &image, const Rule
     return {};
 }
 
+// What the toolkit alone makes of marks, one after the other: each is painted on a
+// copy of the pixels that the last one left.
+QImage plainlyMarked(QSize size, const QList<QRegion> &regions)
+{
+    QImage picture(size, QImage::Format_ARGB32);
+    picture.fill(Qt::transparent);
+    for (const QRegion &region : regions) {
+        QImage copy = picture.copy();
+        QPainter painter(&copy);
+        painter.setClipRegion(region);
+        painter.fillRect(copy.rect(), QColor(255, 0, 0, 150));
+        painter.end();
+        picture = QPixmap::fromImage(copy).toImage();
+    }
+    return picture;
+}
+
 bool within(QRect rect, int x, int y)
 {
     return x >= rect.x() && x < rect.x() + rect.width() && y >= rect.y()
@@ -92,6 +109,10 @@ private slots:
     void isAnEmptiedCopyOfThePhoto();
     void marksAddUp();
     void overlapsGetRedder();
+    void equalsPlainPainting_data();
+    void equalsPlainPainting();
+    void keepsItsMemory();
+    void leavesAHostsCopyAlone();
     void changesNothing_data();
     void changesNothing();
     void withoutAPhoto();
@@ -173,6 +194,63 @@ void WireOverlayTest::overlapsGetRedder()
         return layers == 2 ? qRgba(255, 0, 0, 212) : layers == 1 ? marked : unmarked;
     });
     QVERIFY2(wrong.isEmpty(), qPrintable(wrong));
+}
+
+void WireOverlayTest::equalsPlainPainting_data()
+{
+    using Regions = QList<QRegion>;
+    const QRegion left(5, 5, 20, 20), right(15, 12, 30, 20);
+    const QRegion circle(20, 4, 25, 25, QRegion::Ellipse);
+    QTest::addColumn<Regions>("regions");
+    QTest::newRow("apart") << Regions {QRect(0, 0, 5, 5), QRect(50, 30, 10, 10)};
+    QTest::newRow("overlapping") << Regions {left, right, circle};
+    QTest::newRow("of several parts") << Regions {left + circle, right.xored(circle), left - right};
+    QTest::newRow("partly and wholly outside")
+        << Regions {QRect(-5, -5, 20, 20), QRect(55, 35, 20, 20), QRect(70, 0, 5, 5), left};
+    QTest::newRow("empty in between") << Regions {left, {}, right};
+    QTest::newRow("the same place until nothing shines through") << Regions(12, left);
+    QTest::newRow("all of it until nothing shines through") << Regions(12, QRect(0, 0, 60, 40));
+    QTest::newRow("all of it, then a part") << (Regions(12, QRect(0, 0, 60, 40)) << left << circle);
+}
+
+void WireOverlayTest::equalsPlainPainting()
+{
+    QFETCH(QList<QRegion>, regions);
+    Stage stage;
+    stage.open({60, 40});
+    for (qsizetype count = 1; count <= regions.size(); ++count) {
+        stage.mark(regions[count - 1]);
+        const QImage shown = stage.overlay()->pixmap().toImage();
+        const QImage expected = plainlyMarked({60, 40}, regions.first(count));
+        QCOMPARE(shown.format(), expected.format());
+        QCOMPARE(shown, expected);
+    }
+}
+
+// A copy of a large picture would take a hundred times as long as a small mark.
+void WireOverlayTest::keepsItsMemory()
+{
+    Stage stage;
+    stage.open({60, 40});
+    const auto memory = [&] { return stage.overlay()->pixmap().toImage().constBits(); };
+    stage.mark(QRegion(5, 5, 20, 20));
+    const uchar *const first = memory();
+    for (const QRect region : {QRect(15, 15, 20, 20), QRect(0, 0, 60, 40), QRect(70, 0, 5, 5)}) {
+        stage.mark(region);
+        QCOMPARE(memory(), first);
+    }
+}
+
+void WireOverlayTest::leavesAHostsCopyAlone()
+{
+    Stage stage;
+    stage.open({60, 40});
+    stage.mark(QRegion(5, 5, 20, 20));
+    const QPixmap kept = stage.overlay()->pixmap();
+    stage.mark(QRegion(15, 15, 20, 20));
+    QCOMPARE(kept.toImage(), plainlyMarked({60, 40}, {QRect(5, 5, 20, 20)}));
+    QCOMPARE(stage.overlay()->pixmap().toImage(),
+             plainlyMarked({60, 40}, {QRect(5, 5, 20, 20), QRect(15, 15, 20, 20)}));
 }
 
 void WireOverlayTest::changesNothing_data()
