@@ -1,9 +1,8 @@
 #include "app/sketchpictures.h"
 
-#include <QColorSpace>
-
 #include <algorithm>
 
+#include "photo/argb32.h"
 #include "photo/largepages.h"
 
 namespace {
@@ -11,18 +10,6 @@ namespace {
 void deleteImage(void *image)
 {
     delete static_cast<QImage *>(image);
-}
-
-// All that a copy has beside the pixels.
-void copyMetadata(const QImage &from, QImage &to)
-{
-    to.setDevicePixelRatio(from.devicePixelRatio());
-    to.setOffset(from.offset());
-    to.setDotsPerMeterX(from.dotsPerMeterX());
-    to.setDotsPerMeterY(from.dotsPerMeterY());
-    to.setColorSpace(from.colorSpace());
-    for (const QString &key : from.textKeys())
-        to.setText(key, from.text(key));
 }
 
 } // namespace
@@ -51,7 +38,7 @@ QImage SketchPictures::next(const QImage &photo)
     uchar *const bits = memory->bits();
     QImage picture(bits, memory->width(), memory->height(), memory->bytesPerLine(),
                    QImage::Format_ARGB32, deleteImage, new QImage(*memory));
-    copyMetadata(photo, picture);
+    photo::copyMetadata(photo, picture);
     return picture;
 }
 
@@ -66,10 +53,9 @@ QPixmap opaquePixmap(const QImage &picture)
         return {};
     // Format_RGB32 spares the toolkit the search for transparent pixels and the
     // conversion of what it would find opaque.
-    QImage opaque(picture.constBits(), picture.width(), picture.height(),
-                        picture.bytesPerLine(), QImage::Format_RGB32, deleteImage,
-                        new QImage(picture));
-    copyMetadata(picture, opaque);
+    QImage opaque(picture.constBits(), picture.width(), picture.height(), picture.bytesPerLine(),
+                  QImage::Format_RGB32, deleteImage, new QImage(picture));
+    photo::copyMetadata(picture, opaque);
     return QPixmap::fromImage(opaque);
 }
 
@@ -79,6 +65,6 @@ QImage emptyOverlay(const QImage &photo)
     if (overlay.isNull())
         return overlay;
     overlay.fill(Qt::transparent);
-    copyMetadata(photo, overlay);
+    photo::copyMetadata(photo, overlay);
     return overlay;
 }

@@ -10,7 +10,9 @@
 #include <limits>
 
 #include "photo/announcedpicture.h"
+#include "photo/argb32.h"
 #include "photo/directwrite.h"
+#include "photo/largepages.h"
 #include "photo/memorybudget.h"
 #include "photo/photoerror.h"
 #include "photo/photoformat.h"
@@ -44,27 +46,52 @@ private:
     const int former = QImageReader::allocationLimit();
 };
 
-QImage readUpright(PhotoInput &input)
+// Only this one is known to write there: readers of other formats may leave what
+// the file holds.
+UnusedAlpha alphaOf(PhotoFormat format)
+{
+    return format == PhotoFormat::Jpeg ? UnusedAlpha::Opaque : UnusedAlpha::Undefined;
+}
+
+// The memory that a grey JPEG takes in the end, for decoding it there too; else null.
+QImage memoryForGrey(QSize size, PhotoFormat format, const QImageReader &reader)
+{
+    const bool isGrey =
+        format == PhotoFormat::Jpeg && reader.imageFormat() == QImage::Format_Grayscale8;
+    return isGrey ? largeImage(size, QImage::Format_ARGB32) : QImage();
+}
+
+// A picture of the announced size, if there is one, upright.
+Photo decode(PhotoInput &input, QImageReader &reader, QSize size, PhotoFormat format)
+{
+    const qint64 available = availableMemory();
+    if (photoMemoryNeed(size.width(), size.height()) > available)
+        return {};
+    const AllocationLimit limit(available / 3);
+    QImage colours = memoryForGrey(size, format, reader);
+    QImage picture =
+        colours.isNull() ? pictureToDecodeInto(size, format, reader) : greyWithin(colours);
+    if (!reader.read(&picture))
+        return {};
+    input.checkUnchanged();
+    // A format that does not tell its size beforehand meets the limit alone.
+    if (photoMemoryNeed(picture.width(), picture.height()) > available)
+        return {};
+    const bool isOpaque = !picture.hasAlphaChannel();
+    return {toArgb32(std::move(picture), alphaOf(format), std::move(colours)), isOpaque};
+}
+
+Photo readUpright(PhotoInput &input)
 {
     QIODevice &device = input.device();
     const PhotoFormat format = contentKind(device.peek(contentProbe), input.name()).format;
     checkReadingBounds(device, format, JpegReach::WholeFile);
     QImageReader reader(&device);
     reader.setAutoTransform(true);
-    const qint64 available = availableMemory();
     const QSize size = announcedSize(device, format, reader);
     if (format == PhotoFormat::WebP && size.isEmpty())
         return {}; // not to be asked of the reader
-    if (photoMemoryNeed(size.width(), size.height()) > available)
-        return {};
-    const AllocationLimit limit(available / 3);
-    QImage picture = pictureToDecodeInto(size, format, reader);
-    if (!reader.read(&picture))
-        return {};
-    input.checkUnchanged();
-    // A format that does not tell its size beforehand meets the limit alone.
-    const bool fits = photoMemoryNeed(picture.width(), picture.height()) <= available;
-    return fits ? picture : QImage();
+    return decode(input, reader, size, format);
 }
 
 enum class Replacement {
@@ -99,10 +126,7 @@ Photo readPhoto(const QString &fileName)
         // A file of this name is no standard input.
         const QString path = fileName == QLatin1String("-") ? QStringLiteral("./-") : fileName;
         PhotoInput input(QFile::encodeName(path).toStdString(), 0);
-        QImage picture = readUpright(input);
-        const bool isOpaque = !picture.hasAlphaChannel();
-        picture.convertTo(QImage::Format_ARGB32);
-        return {picture, isOpaque};
+        return readUpright(input);
     } catch (const PhotoError &) {
         return {};
     }

@@ -1,5 +1,6 @@
 #include "photo/photofile.h"
 
+#include <QColorSpace>
 #include <QElapsedTimer>
 #include <QImageReader>
 
@@ -57,6 +58,8 @@ class PhotoFileTest : public QObject
 private slots:
     void orientation_data();
     void orientation();
+    void jpegIsTheToolkits_data();
+    void jpegIsTheToolkits();
     void nameForDoubleResolution();
     void hugePhotoOpens();
     void textsAreNoHindrance_data();
@@ -108,6 +111,47 @@ void PhotoFileTest::orientation()
     QCOMPARE(photo.size(), tag < 5 ? QSize(64, 32) : QSize(32, 64));
     QCOMPARE(photo.format(), QImage::Format_ARGB32);
     QCOMPARE(quartersOf(photo), upright);
+}
+
+void PhotoFileTest::jpegIsTheToolkits_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    QTest::addColumn<int>("tag");
+    QTest::addColumn<int>("percent"); // of the file
+    for (const auto format : {QImage::Format_RGB32, QImage::Format_Grayscale8}) {
+        const char *const name = format == QImage::Format_RGB32 ? "colour" : "grey";
+        for (int tag = 0; tag <= 8; ++tag)
+            QTest::addRow("%s, orientation %d", name, tag) << format << tag << 100;
+        for (const int percent : {40, 70, 99})
+            QTest::addRow("%s, cut at %d percent", name, percent) << format << 0 << percent;
+    }
+}
+
+// The toolkit's own loading, turned upright and converted.
+void PhotoFileTest::jpegIsTheToolkits()
+{
+    QFETCH(QImage::Format, format);
+    QFETCH(int, tag);
+    QFETCH(int, percent);
+    QImage picture = pictures::noise(77, 61).convertToFormat(format);
+    picture.setText(QStringLiteral("Description"), QStringLiteral("at the sea"));
+    picture.setDotsPerMeterX(11811);
+    picture.setDotsPerMeterY(5906);
+    const QByteArray file = jpegFile(picture, tag);
+    const QString path = put(QStringLiteral("photo.jpg"), file.first(file.size() * percent / 100));
+
+    QImageReader reader(path);
+    reader.setAutoTransform(true);
+    const QImage expected = reader.read().convertToFormat(QImage::Format_ARGB32);
+    QVERIFY(!expected.isNull());
+    const photo::Photo photo = photo::readPhoto(path);
+    QVERIFY(photo.isOpaque);
+    QCOMPARE(photo.image.format(), QImage::Format_ARGB32);
+    QCOMPARE(pictures::difference(photo.image, expected), QString());
+    QCOMPARE(photo.image.text(), expected.text());
+    QCOMPARE(photo.image.dotsPerMeterX(), expected.dotsPerMeterX());
+    QCOMPARE(photo.image.dotsPerMeterY(), expected.dotsPerMeterY());
+    QCOMPARE(photo.image.colorSpace(), expected.colorSpace());
 }
 
 void PhotoFileTest::nameForDoubleResolution()
