@@ -38,14 +38,15 @@ void makeButtonsFocusable(QToolBar *toolBar)
         button->setFocusPolicy(Qt::TabFocus);
 }
 
-// Never released on purpose, neither by the next open nor with the window.
+// Never released on purpose, neither by the next open nor with the window. In
+// ordinary pages on purpose: large ones it would take, for good, from those that the
+// last photo has left, and the next photo would get pages which the host of a virtual
+// machine has to find first. That costs several times what it would save here.
 unsigned char *newEdgeBuffer(QSize size)
 {
     const std::size_t pixels =
         static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height());
-    auto *buffer = new unsigned char[pixels];
-    photo::preferLargePages(buffer, pixels);
-    return buffer;
+    return new unsigned char[pixels];
 }
 
 QPixmap whitePaper(QSize size)

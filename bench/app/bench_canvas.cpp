@@ -133,7 +133,6 @@ void edges(benchmark::State &state, const QString &fileName)
     const std::size_t count = static_cast<std::size_t>(photo.width()) * photo.height();
     for (auto _ : state) {
         const std::unique_ptr<unsigned char[]> buffer(new unsigned char[count]);
-        photo::preferLargePages(buffer.get(), count);
         inverterodesketch(photo, buffer.get(), {});
     }
 }
