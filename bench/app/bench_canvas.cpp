@@ -126,7 +126,8 @@ void paper(benchmark::State &state, QSize size)
     }
 }
 
-// Into memory that was never touched, as an open does.
+// Into memory that was used before; the window takes new memory, whose page faults
+// come on top.
 void edges(benchmark::State &state, const QString &fileName)
 {
     const QImage photo = photo::readPhoto(fileName).image;
