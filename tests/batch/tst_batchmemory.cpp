@@ -12,12 +12,11 @@
 
 namespace {
 
-constexpr int width = 6000;
-constexpr int height = 4000;
+constexpr QSize usual(6000, 4000);
 
 // A row of three channels with noise that hardly repeats, to be taken from any
 // of the first thousand bytes on.
-std::vector<uchar> noise(int sampleBytes)
+std::vector<uchar> noise(int width, int sampleBytes)
 {
     QRandomGenerator random(1);
     std::vector<uchar> row(std::size_t(width) * 3 * sampleBytes + 1000);
@@ -26,21 +25,21 @@ std::vector<uchar> noise(int sampleBytes)
     return row;
 }
 
-void makePng(const QByteArray &name, int bits, bool isInterlaced)
+void makePng(const QByteArray &name, QSize size, int bits, bool isInterlaced)
 {
-    std::vector<uchar> rows = noise(bits / 8);
+    std::vector<uchar> rows = noise(size.width(), bits / 8);
     FILE *const file = std::fopen(name.constData(), "wb");
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png_create_info_struct(png);
     png_init_io(png, file);
-    png_set_IHDR(png, info, width, height, bits, PNG_COLOR_TYPE_RGB,
+    png_set_IHDR(png, info, size.width(), size.height(), bits, PNG_COLOR_TYPE_RGB,
                  isInterlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(png, 1);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
     png_write_info(png, info);
     for (int pass = png_set_interlace_handling(png); pass > 0; --pass) {
-        for (int y = 0; y < height; ++y)
+        for (int y = 0; y < size.height(); ++y)
             png_write_row(png, rows.data() + y * 7 % 1000);
     }
     png_write_end(png, nullptr);
@@ -48,61 +47,63 @@ void makePng(const QByteArray &name, int bits, bool isInterlaced)
     std::fclose(file);
 }
 
-void makeTiff(const QByteArray &name, int bits, int compression, int rowsPerStrip)
+void makeTiff(const QByteArray &name, QSize size, int bits, int compression, int rowsPerStrip)
 {
-    std::vector<uchar> rows = noise(bits / 8);
+    std::vector<uchar> rows = noise(size.width(), bits / 8);
     TIFF *const tiff = TIFFOpen(name.constData(), "w");
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, size.width());
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, size.height());
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, bits);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < size.height(); ++y)
         TIFFWriteScanline(tiff, rows.data() + y * 7 % 1000, y, 0);
     TIFFClose(tiff);
 }
 
-void makeJpeg(const QString &name, bool isProgressive)
+void makeJpeg(const QString &name, QSize size, bool isProgressive)
 {
     QImageWriter writer(name, "jpeg");
     writer.setQuality(90);
     writer.setProgressiveScanWrite(isProgressive);
-    writer.write(testphotos::scene(1500, 1000).scaled(width, height));
+    writer.write(testphotos::scene(1500, 1000).scaled(size));
 }
 
-void makePhoto(const QByteArray &kind, const QString &name)
+void makePhoto(const QByteArray &kind, const QString &name, QSize size)
 {
     const QByteArray file = QFile::encodeName(name);
     if (kind.endsWith("JPEG"))
-        makeJpeg(name, kind.startsWith("progressive"));
+        makeJpeg(name, size, kind.startsWith("progressive"));
     else if (kind == "PNG of 8 bits")
-        makePng(file, 8, false);
+        makePng(file, size, 8, false);
     else if (kind == "PNG of 16 bits")
-        makePng(file, 16, false);
+        makePng(file, size, 16, false);
     else if (kind == "interlaced PNG of 16 bits")
-        makePng(file, 16, true);
+        makePng(file, size, 16, true);
     else if (kind == "TIFF of 8 bits, one strip of LZW")
-        makeTiff(file, 8, COMPRESSION_LZW, height);
+        makeTiff(file, size, 8, COMPRESSION_LZW, size.height());
     else if (kind == "TIFF of 16 bits")
-        makeTiff(file, 16, COMPRESSION_NONE, 64);
+        makeTiff(file, size, 16, COMPRESSION_NONE, 64);
+    else if (kind == "TIFF of 8 bits, a strip for every row")
+        makeTiff(file, size, 8, COMPRESSION_NONE, 1);
     else if (kind == "TIFF of 16 bits, one strip of LZW")
-        makeTiff(file, 16, COMPRESSION_LZW, height);
+        makeTiff(file, size, 16, COMPRESSION_LZW, size.height());
 }
 
 // Runs the program to its end and gives the most bytes that it had resident, -1
 // where it failed. QProcess would not tell; and it shares this process's memory
 // with the new one until that is loaded, so that ours would count, too.
-qint64 peakOfRun(const QString &input, const QString &output)
+qint64 peakOfRun(const QString &input, const QString &output, const char *memory)
 {
     const QByteArray program = QFile::encodeName(BatchProcess::program());
     const QByteArray from = QFile::encodeName(input);
     const QByteArray to = QFile::encodeName(output);
     const pid_t child = fork();
     if (child == 0) {
-        execl(program.constData(), program.constData(), "-j", "1", "--max-memory", "1G", "-o",
+        execl(program.constData(), program.constData(), "-j", "1", "--max-memory", memory, "-o",
               to.constData(), from.constData(), nullptr);
         _exit(127);
     }
@@ -122,6 +123,9 @@ class tst_BatchMemory : public QObject
 private slots:
     void peakOfOneJob_data();
     void peakOfOneJob();
+    void peakDoesNotGrowWithRows_data();
+    void peakDoesNotGrowWithRows();
+    void announcesTheTablesOfStrips();
 };
 
 void tst_BatchMemory::peakOfOneJob_data()
@@ -129,15 +133,14 @@ void tst_BatchMemory::peakOfOneJob_data()
     QTest::addColumn<QByteArray>("kind");
     QTest::addColumn<int>("bytesPerPixel");
 
-    constexpr int pngSketch = 2; // gathered, and compressed as a whole
     const std::pair<const char *, int> kinds[] = {
-        {"JPEG", pngSketch},
+        {"JPEG", 0},
         {"progressive JPEG", 6},
-        {"PNG of 8 bits", pngSketch},
-        {"PNG of 16 bits", pngSketch},
-        {"interlaced PNG of 16 bits", 4 + pngSketch},
-        {"TIFF of 8 bits, one strip of LZW", 6},
-        {"TIFF of 16 bits", pngSketch},
+        {"PNG of 8 bits", 0},
+        {"PNG of 16 bits", 0},
+        {"interlaced PNG of 16 bits", 4},
+        {"TIFF of 8 bits, one strip of LZW", 3},
+        {"TIFF of 16 bits", 0},
         {"TIFF of 16 bits, one strip of LZW", 6},
     };
     for (const auto &[kind, bytesPerPixel] : kinds)
@@ -149,16 +152,56 @@ void tst_BatchMemory::peakOfOneJob()
     if (process::isSanitized())
         QSKIP("the address sanitizer's own memory hides the program's");
     QFETCH(QByteArray, kind);
-    constexpr qint64 pixels = qint64(width) * height;
+    constexpr qint64 pixels = qint64(usual.width()) * usual.height();
     QFETCH(int, bytesPerPixel);
     const qint64 limit = bytesPerPixel * pixels + 40'000'000;
     BatchProcess batch;
-    makePhoto(kind, batch.path("photo"));
+    makePhoto(kind, batch.path("photo"), usual);
     for (const char *output : {"sketch.jpg", "sketch.png"}) {
-        const qint64 peak = peakOfRun(batch.path("photo"), batch.path(output));
+        const qint64 peak = peakOfRun(batch.path("photo"), batch.path(output), "1G");
         QVERIFY(peak > 0);
         QVERIFY2(peak <= limit, QByteArray::number(peak / 1'000'000) + " MB for " + output);
     }
+}
+
+void tst_BatchMemory::peakDoesNotGrowWithRows_data()
+{
+    QTest::addColumn<QByteArray>("kind");
+
+    for (const char *kind :
+         {"JPEG", "PNG of 8 bits", "TIFF of 16 bits", "TIFF of 8 bits, a strip for every row"})
+        QTest::newRow(kind) << QByteArray(kind);
+}
+
+void tst_BatchMemory::peakDoesNotGrowWithRows()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer's own memory hides the program's");
+    QFETCH(QByteArray, kind);
+    constexpr qint64 mostGrowth = 2'000'000; // a byte for every 20 pixels
+    BatchProcess batch;
+    makePhoto(kind, batch.path("short"), {2000, 1000});
+    makePhoto(kind, batch.path("tall"), {2000, 20'000});
+    for (const char *output : {"sketch.jpg", "sketch.png"}) {
+        const auto peak = [&](const char *photo) {
+            return peakOfRun(batch.path(photo), batch.path(photo + QString(output)), "64M");
+        };
+        const qint64 ofShort = peak("short");
+        const qint64 ofTall = peak("tall");
+        QVERIFY(ofShort > 0);
+        QVERIFY2(ofTall > 0, "does not fit into the memory");
+        QVERIFY2(ofTall - ofShort <= mostGrowth,
+                 QByteArray::number((ofTall - ofShort) / 1000) + " kB more for " + output);
+    }
+}
+
+void tst_BatchMemory::announcesTheTablesOfStrips()
+{
+    BatchProcess batch;
+    makePhoto("TIFF of 8 bits, a strip for every row", batch.path("photo"), {1, 1'500'000});
+    const auto outcome = batch.run({"--max-memory", "64M", "-o", "sketch.png", "photo"});
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("more than the 64 MB"), outcome.errors.constData());
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchMemory)
