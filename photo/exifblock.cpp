@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "photo/exifpng.h"
+#include "photo/jpegsegments.h"
 
 namespace photo {
 
@@ -30,41 +31,14 @@ bool isIntroduced(const QByteArray &bytes)
     return bytes.startsWith(QByteArrayView(introduction.data(), introduction.size()));
 }
 
-// The number of a segment's marker; -1 where there is none. Bytes may be missing
-// between two segments, or others be there.
-int nextMarker(QIODevice &device)
-{
-    constexpr int mostGarbage = 1 << 16;
-    char byte = 0;
-    bool isMarker = false;
-    for (int i = 0; i < mostGarbage && device.getChar(&byte); ++i) {
-        const int code = static_cast<unsigned char>(byte);
-        if (isMarker && code != 0xff && code != 0)
-            return code;
-        isMarker = code == 0xff;
-    }
-    return -1;
-}
-
 ExifBlock findInJpeg(QIODevice &device)
 {
-    constexpr int mostSegments = 10'000;
-    device.seek(2);
-    for (int i = 0; i < mostSegments; ++i) {
-        const int marker = nextMarker(device);
-        if (marker < 0 || marker == 0xd9 || marker == 0xda)
-            return {};
-        if ((marker >= 0xd0 && marker <= 0xd8) || marker == 0x01)
-            continue; // these stand alone
-        const QByteArray length = device.read(2);
-        const qint64 bytes =
-            length.size() == 2 ? qFromBigEndian<quint16>(length.constData()) - 2 : -1;
-        if (bytes < 0)
-            return {};
-        const qint64 next = device.pos() + bytes;
-        if (marker == 0xe1 && isIntroduced(device.peek(introduction.size())))
-            return withoutIntroduction(readBlock(device, bytes));
-        device.seek(next);
+    device.seek(0);
+    constexpr int application1 = 0xe1;
+    for (const SegmentPlace &place : jpegSegmentsOfKind(device, application1)) {
+        device.seek(place.offset);
+        if (isIntroduced(device.peek(std::min<qint64>(place.length, introduction.size()))))
+            return withoutIntroduction(readBlock(device, place.length));
     }
     return {};
 }
