@@ -118,16 +118,57 @@ template <typename Visit> void walk(QIODevice &device, Visit visit)
 
 } // namespace
 
+namespace {
+
+// Whether a scan's head follows, as every decoder wants it: its length fits the number
+// of its channels, one to four.
+bool isScanHead(Bytes &bytes)
+{
+    const int high = bytes.next();
+    const int low = bytes.next();
+    const int channels = bytes.next();
+    return high == 0 && channels >= 1 && channels <= 4 && low == 6 + 2 * channels;
+}
+
+// Those whose contents the toolkit's reader collects: EXIF data, profiles, comments.
+bool isKept(int marker)
+{
+    return marker == 0xe1 || marker == 0xe2 || marker == 0xfe;
+}
+
+// From the first scan's own head on.
+void countBehindFirstScan(QIODevice &device, qint64 head, JpegSegments &found)
+{
+    device.seek(head);
+    Bytes bytes(device);
+    while (found.scans <= mostJpegScans && found.later <= mostLaterJpegSegments) {
+        const int marker = nextMarker(bytes);
+        if (marker == atEnd)
+            break;
+        if (marker == startOfScan && isScanHead(bytes))
+            ++found.scans;
+        found.later += isKept(marker) ? 1 : 0;
+    }
+}
+
+} // namespace
+
 JpegSegments countJpegSegments(QIODevice &device, JpegReach reach)
 {
     JpegSegments found;
-    walk(device, [&](int marker, SegmentPlace) {
-        const bool isScan = marker == startOfScan;
+    qint64 firstScan = 0;
+    walk(device, [&](int marker, SegmentPlace place) {
         ++found.segments;
-        found.scans += isScan ? 1 : 0;
-        return !(isScan && reach == JpegReach::FirstScan) && found.segments <= mostJpegSegments
-            && found.scans <= mostJpegScans;
+        if (marker == startOfScan)
+            firstScan = place.offset;
+        return marker != startOfScan && found.segments <= mostJpegSegments;
     });
+    if (firstScan > 0) {
+        found.scans = 1;
+        if (reach == JpegReach::WholeFile)
+            countBehindFirstScan(device, firstScan, found);
+    }
+    device.seek(0);
     return found;
 }
 

@@ -14,8 +14,9 @@ enum class JpegReach {
 
 struct JpegSegments
 {
-    int segments = 0; // of all kinds
+    int segments = 0; // of all kinds, before the first scan
     int scans = 0; // those that carry pixels
+    int later = 0; // segments behind the first scan that a reader may keep
 };
 
 // More than any camera or program writes. A reader may look through all segments it
@@ -23,10 +24,14 @@ struct JpegSegments
 // small file with very many would keep a processor busy for minutes or hours.
 constexpr int mostJpegSegments = 5'000;
 constexpr int mostJpegScans = 500;
+// Some cameras append a film, in which what looks like a segment occurs by chance.
+constexpr int mostLaterJpegSegments = 20'000;
 
-// Counts a JPEG's segments from one marker to the next, without decoding anything;
-// not further than shortly beyond the two bounds. The device must stand at the
-// file's beginning and is put back there.
+// Counts a JPEG's segments without decoding anything, not further than shortly beyond
+// the bounds: from one marker to the next up to the first scan, and from there on
+// wherever their bytes stand, because a decoder that has lost its place among the
+// pixels may go on anywhere. The device must stand at the file's beginning and is put
+// back there.
 JpegSegments countJpegSegments(QIODevice &device, JpegReach reach);
 
 // Where a segment's content lies in the file.

@@ -84,7 +84,7 @@ Photo decode(PhotoInput &input, QImageReader &reader, QSize size, PhotoFormat fo
 Photo readUpright(PhotoInput &input)
 {
     QIODevice &device = input.device();
-    const PhotoFormat format = contentKind(device.peek(contentProbe), input.name()).format;
+    const PhotoFormat format = contentKind(device.peek(contentProbe), {}).format;
     checkReadingBounds(device, format, JpegReach::WholeFile);
     QImageReader reader(&device);
     reader.setAutoTransform(true);

@@ -2,6 +2,7 @@
 
 #include "photo/photoerror.h"
 #include "photo/pngtexts.h"
+#include "photo/tiffvalues.h"
 
 namespace photo {
 
@@ -16,11 +17,23 @@ void checkTexts(QIODevice &device)
     }
 }
 
+// Whoever opens a TIFF reads the values of all tags, known or not.
+void checkValues(QIODevice &device)
+{
+    constexpr qint64 shared = 1 << 16; // some writers note a small value once for all
+    if (tiffValueBytes(device) > device.size() + shared)
+        throw PhotoError("has tags whose values lie on each other");
+}
+
 void checkSegments(QIODevice &device, JpegReach reach)
 {
     const JpegSegments found = countJpegSegments(device, reach);
     if (found.segments > mostJpegSegments)
         throw PhotoError("has more than " + std::to_string(mostJpegSegments) + " segments");
+    if (found.later > mostLaterJpegSegments) {
+        throw PhotoError("has more than " + std::to_string(mostLaterJpegSegments)
+                         + " segments behind its first scan");
+    }
     if (found.scans > mostJpegScans)
         throw PhotoError("has more than " + std::to_string(mostJpegScans) + " scans");
 }
@@ -33,6 +46,8 @@ void checkReadingBounds(QIODevice &device, PhotoFormat format, JpegReach reach)
         checkTexts(device);
     else if (format == PhotoFormat::Jpeg)
         checkSegments(device, reach);
+    else if (format == PhotoFormat::Tiff)
+        checkValues(device);
 }
 
 } // namespace photo

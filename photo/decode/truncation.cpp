@@ -24,7 +24,7 @@ struct BmpHeader
         , offset(number<quint32>(header, 10))
         , width(isOld ? number<quint16>(header, 18) : number<qint32>(header, 18))
         // Negative: stored from the top.
-        , height(qAbs<qint64>(isOld ? number<quint16>(header, 20) : number<qint32>(header, 22)))
+        , height(qAbs<qint64>(isOld ? number<qint16>(header, 20) : number<qint32>(header, 22)))
         , bits(isOld ? number<quint16>(header, 24) : number<quint16>(header, 28))
         , compression(isOld ? 0 : number<quint32>(header, 30))
     {

@@ -17,6 +17,7 @@ private slots:
     void aReadThatFailsIsNamed();
     void animationsAreCountedBeforehand();
     void segmentsWithoutEndAreRefused();
+    void sharedValuesAreRefused();
     void pixelsNobodyWroteAreTheSameInEveryRun_data();
     void pixelsNobodyWroteAreTheSameInEveryRun();
     void bmpStoredFromTheTop();
@@ -114,6 +115,20 @@ void tst_BatchReading::segmentsWithoutEndAreRefused()
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     batch.write("many", hostilephotos::jpegWithSegments(4'000, 100'000));
     COMPARE_EXIT(batch.run({"many"}), 0);
+}
+
+void tst_BatchReading::sharedValuesAreRefused()
+{
+    BatchProcess batch;
+    batch.write("few", hostilephotos::tiffWithSharedValues(3, false, 300));
+    batch.write("many", hostilephotos::tiffWithSharedValues(1000, false));
+    batch.write("big", hostilephotos::tiffWithSharedValues(1000, true));
+    const auto outcome = batch.shell("ulimit -v 1000000; \"$batch\" -j 1 few many big");
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors,
+             QByteArray("many: has tags whose values lie on each other\n"
+                        "big: has tags whose values lie on each other\n"));
+    QVERIFY(batch.exists("few-sketch.jpg"));
 }
 
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()

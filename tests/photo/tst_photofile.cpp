@@ -219,6 +219,9 @@ void PhotoFileTest::bombIsRefusedAtOnce_data()
         << hostilephotos::bmp(100'000, -100'000, 0, QByteArray(1000, 'a'), 0);
     QTest::newRow("segments without end") << hostilephotos::jpegWithSegments(100'000);
     QTest::newRow("segments behind the picture") << hostilephotos::jpegWithSegments(0, 100'000);
+    QTest::newRow("scans hidden in segments") << hostilephotos::jpegWithHiddenScans(20'000);
+    QTest::newRow("shared values of a tiff") << hostilephotos::tiffWithSharedValues(1000, false);
+    QTest::newRow("shared values of a big tiff") << hostilephotos::tiffWithSharedValues(1000, true);
     QTest::newRow("scans without end") << hostilephotos::jpegWithScans(20'000, QSize(1200, 1000));
 }
 

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QtEndian>
 
+#include <algorithm>
+
 #include "tests/support/testphotos.h"
 
 // Small files that cost much, or leave pixels out.
@@ -32,6 +34,48 @@ inline QByteArray jpegWithScans(int more, QSize size = QSize(120, 100))
     const qsizetype last = photo.lastIndexOf("\xff\xda");
     const QByteArray scan = photo.mid(last).chopped(2);
     return photo.left(last) + scan.repeated(more) + "\xff\xd9";
+}
+
+// The same scans within segments of no kind that is known: a decoder that looks for a
+// restart among the pixels goes on there.
+inline QByteArray jpegWithHiddenScans(int hidden)
+{
+    const QByteArray photo = jpegWithScans(0);
+    const QByteArray restarts = QByteArray::fromHex("ffdd00040001");
+    const QByteArray scan = QByteArray::fromHex("ffda0008010100013f00");
+    const qsizetype first = photo.indexOf("\xff\xda");
+    QByteArray file = photo.left(first) + restarts + photo.mid(first).chopped(2);
+    constexpr int mostInOne = 5000;
+    for (; hidden > 0; hidden -= mostInOne) {
+        const QByteArray content = scan.repeated(std::min(hidden, mostInOne));
+        QByteArray length(2, '\0');
+        qToBigEndian(quint16(content.size() + 2), length.data());
+        file += QByteArray::fromHex("00ff02") + length + content;
+    }
+    return file + "\xff\xd9";
+}
+
+// A grey TIFF of 16 x 16 pixels with so many tags that nobody knows, all of which
+// have the same bytes for a value.
+inline QByteArray tiffWithSharedValues(int tags, bool isBig, int valueBytes = 1'000'000)
+{
+    QByteArray file = isBig ? QByteArray("II+\0\10\0\0\0", 8) : QByteArray("II*\0", 4);
+    const auto offset = [&](quint64 number) {
+        return isBig ? littleEndian(number) : littleEndian(quint32(number));
+    };
+    const int entries = tags + 7;
+    const quint64 directory = isBig ? 16 : 8;
+    const quint64 pixels = directory + (isBig ? 8 + 20 * entries + 8 : 2 + 12 * entries + 4);
+    const auto entry = [&](quint16 tag, quint16 type, quint64 count, quint64 value) {
+        return littleEndian(tag) + littleEndian(type) + offset(count) + offset(value);
+    };
+    file += offset(directory)
+        + (isBig ? littleEndian(quint64(entries)) : littleEndian(quint16(entries)));
+    file += entry(256, 4, 1, 16) + entry(257, 4, 1, 16) + entry(258, 4, 1, 8) + entry(262, 4, 1, 1)
+        + entry(273, 4, 1, pixels) + entry(278, 4, 1, 16) + entry(279, 4, 1, 256);
+    for (int i = 0; i < tags; ++i)
+        file += entry(quint16(40000 + i), 1, quint64(valueBytes), pixels);
+    return file + offset(0) + QByteArray(valueBytes, '\x40');
 }
 
 inline QByteArray webPChunk(const char *name, const QByteArray &content)
