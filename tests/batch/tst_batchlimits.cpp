@@ -33,7 +33,9 @@ void tst_BatchLimits::bombs_data()
     };
     const QByteArray jpeg = testphotos::jpeg();
     const qsizetype frame = jpeg.indexOf("\xff\xc0");
-    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc") << tooLarge;
+    // Of these no more than a band of rows is ever in memory: what fails is their data.
+    QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc")
+                          << QByteArray("is damaged");
     QTest::newRow("bmp") << patched(testphotos::encoded(testphotos::scene(9, 9), "bmp"), 18,
                                     QByteArray("\0\0\7\0\0\0\7\0", 8))
                          << QByteArray("is truncated");
@@ -46,7 +48,7 @@ void tst_BatchLimits::bombs_data()
     QTest::newRow("png of 16 bits") << patched(testphotos::encoded(deep, "png"), 16,
                                                QByteArray::fromHex("000186a0000186a01002000000"
                                                                    "77a040dc"))
-                                    << tooLarge;
+                                    << QByteArray("cannot be decoded");
     QTest::newRow("png with texts") << pngWithTexts(60) << tooLarge;
     QByteArray tiff = testphotos::encoded(deep, "tiff");
     for (const char *side : {"\0\1", "\1\1"}) {
