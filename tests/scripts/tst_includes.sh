@@ -17,11 +17,12 @@ check() {
 
 check "$tree" || fail "this tree breaks its own rules"
 
-# refuses FILE INCLUDE REASON: an include that must not be there.
+# refuses FILE INCLUDE REASON [FOLDER]: an include that must not be there; the tree has
+# that folder as well.
 refuses() {
     local top=$scratch/tree
     rm -rf "$top"
-    mkdir -p "$top/$(dirname "$1")"
+    mkdir -p "$top/$(dirname "$1")" "$top/${4:-$(dirname "$1")}"
     printf '#include %s\n' "$2" >"$top/$1"
     local told
     if told=$(check "$top"); then
@@ -54,6 +55,13 @@ refuses batch/a.cpp '"app/mainwindow.h"' "batch/ may include"
 refuses batch/cli/a.cpp '"batch/plan.h"' "batch/cli/ may include nothing"
 refuses batch/a.cpp '"tests/support/pictures.h"' "know nothing of their tests"
 refuses batch/a.cpp '"plan.h"' "must begin with a folder of the tree"
+refuses app/a.cpp '"batch/plan.h" // <x>' "app/ may include sketch, canvas, photo"
+refuses app/a.cpp '<batch/plan.h>' "the tree's own files stand in quotes" batch
+refuses app/a.cpp '"app/../batch/plan.h"' "must be written in one way"
+refuses photo/a.cpp '"photo/./decode/photodecoder.h"' "must be written in one way"
+refuses photo/a.cpp '"photo//decode/photodecoder.h"' "must be written in one way"
+refuses photo/a.inl '"batch/plan.h"' "may include nothing else of the tree"
+refuses canvas/a.cpp '"ui_mainwindow.h"' "must begin with a folder of the tree"
 takes app/a.cpp '"sketch/levels.h"'
 takes app/.a.cpp '"batch/plan.h"' # is of an editor
 takes app/a.cpp '"ui_mainwindow.h"'
