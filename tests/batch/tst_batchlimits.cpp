@@ -33,7 +33,8 @@ void tst_BatchLimits::bombs_data()
     };
     const QByteArray jpeg = testphotos::jpeg();
     const qsizetype frame = jpeg.indexOf("\xff\xc0");
-    // Of these no more than a band of rows is ever in memory: what fails is their data.
+    // Of these no more than a band of rows is in memory on one thread: what fails is
+    // their data.
     QTest::newRow("jpeg") << patched(jpeg, frame + 5, "\xff\xdc\xff\xdc")
                           << QByteArray("is damaged");
     QTest::newRow("bmp") << patched(testphotos::encoded(testphotos::scene(9, 9), "bmp"), 18,
@@ -68,7 +69,7 @@ void tst_BatchLimits::bombs()
     batch.write("photo", photo);
     QElapsedTimer clock;
     clock.start();
-    const auto outcome = batch.run({"--max-memory", "50M", "--format", "png", "photo"});
+    const auto outcome = batch.run({"-j", "1", "--max-memory", "50M", "--format", "png", "photo"});
     COMPARE_EXIT(outcome, 1);
     QCOMPARE(outcome.errors.count('\n'), 1);
     QVERIFY2(outcome.errors.contains(reason), outcome.errors.constData());
