@@ -33,6 +33,19 @@ refuses() {
     [[ $told == *"$1 includes "*"$3"* ]] || fail "$1 includes $2: not said why, but: $told"
 }
 
+# sees_through DIRECTIVE...: lines by which app/ reaches batch/ in a spelling of its own.
+sees_through() {
+    local top=$scratch/tree
+    rm -rf "$top"
+    mkdir -p "$top/app"
+    printf '%b\n' "$1" >"$top/app/a.cpp"
+    local told
+    if told=$(check "$top"); then
+        fail "app/a.cpp may include by $1"
+    fi
+    [[ $(tr -s ' \n' ' ' <<<"$told") == *"app/a.cpp includes "* ]] || fail "$1: not said why, but: $told"
+}
+
 # takes FILE INCLUDE: an include that is in order.
 takes() {
     local top=$scratch/tree
@@ -62,6 +75,26 @@ refuses photo/a.cpp '"photo/./decode/photodecoder.h"' "must be written in one wa
 refuses photo/a.cpp '"photo//decode/photodecoder.h"' "must be written in one way"
 refuses photo/a.inl '"batch/plan.h"' "may include nothing else of the tree"
 refuses canvas/a.cpp '"ui_mainwindow.h"' "must begin with a folder of the tree"
+refuses app/a.cpp '"sketch/levels.inc"' "only headers"
+sees_through '/**/#include "batch/plan.h"'
+sees_through '/*\n*/ #include "batch/plan.h"'
+sees_through '# /**/ include "batch/plan.h"'
+sees_through '#\\\ninclude "batch/plan.h"'
+sees_through '#inc\\\nlude "batch/plan.h"'
+sees_through '#include \\\n"batch/plan.h"'
+sees_through '# /*\n*/ include "batch/plan.h"'
+sees_through '%:include "batch/plan.h"'
+sees_through '#import "batch/plan.h"'
+sees_through '#include_next "batch/plan.h"'
+sees_through '#define P "batch/plan.h"\n#include P'
+sees_through '#include "sketch/levels.h" // [\n#include "batch/plan.h"\n// ]'
+sees_through '#include "sketch/levels.h" // ;[;\n#include "batch/plan.h"'
+mkdir -p "$scratch/new/app" "$scratch/new/shop" "$scratch/new/build-2" "$scratch/new/docs"
+touch "$scratch"/new/{app,shop,build-2}/a.cpp "$scratch/new/docs/a.md"
+if told=$(check "$scratch/new"); then
+    fail "a folder without a rule is taken"
+fi
+[[ $told == *"shop/ has no rule"* && $told != *"build-2"* && $told != *docs* ]] || fail "$told"
 takes app/a.cpp '"sketch/levels.h"'
 takes app/.a.cpp '"batch/plan.h"' # is of an editor
 takes app/a.cpp '"ui_mainwindow.h"'
