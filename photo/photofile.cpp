@@ -83,7 +83,7 @@ Photo decode(PhotoInput &input, QImageReader &reader, QSize size, PhotoFormat fo
 
 Photo readUpright(PhotoInput &input)
 {
-    QIODevice &device = input.device();
+    QIODevice &device = input.pictureDevice();
     const PhotoFormat format = contentKind(device.peek(contentProbe), {}).format;
     checkReadingBounds(device, format, JpegReach::WholeFile);
     QImageReader reader(&device);

@@ -11,6 +11,7 @@
 
 #include "photo/photodevice.h"
 #include "photo/photoerror.h"
+#include "photo/tiffview.h"
 
 namespace photo {
 
@@ -33,6 +34,14 @@ PhotoInput::PhotoInput(const std::string &name, qint64 mostBytes)
 }
 
 PhotoInput::~PhotoInput() = default;
+
+QIODevice &PhotoInput::pictureDevice()
+{
+    m_device->seek(0);
+    if (isTiff(m_device->peek(4)))
+        m_view = std::make_unique<TiffView>(*m_device);
+    return m_view ? *m_view : *m_device;
+}
 
 void PhotoInput::openFile()
 {

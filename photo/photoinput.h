@@ -24,6 +24,9 @@ public:
     PhotoInput &operator=(const PhotoInput &) = delete;
 
     QIODevice &device() { return *m_device; }
+    // The same for who decodes the picture: of a TIFF without the values that no
+    // picture needs. Throws PhotoError where the needed ones are those of no photo.
+    QIODevice &pictureDevice();
     const std::string &name() const { return m_name; }
     bool isStandardInput() const { return m_name == "-"; }
     // All bytes, of standard input only.
@@ -42,6 +45,7 @@ private:
     std::string m_name;
     QByteArray m_bytes;
     std::unique_ptr<QIODevice> m_device;
+    std::unique_ptr<QIODevice> m_view; // of that one, where another is needed
     const PhotoDevice *m_file = nullptr; // the device, where it is a file
     timespec m_access {};
     timespec m_modification {};

@@ -2,7 +2,6 @@
 
 #include "photo/photoerror.h"
 #include "photo/pngtexts.h"
-#include "photo/tiffvalues.h"
 
 namespace photo {
 
@@ -15,14 +14,6 @@ void checkTexts(QIODevice &device)
         throw PhotoError("has texts that unpack to more than the "
                          + std::to_string(mostPackedTextBytes >> 20) + " MB that are read");
     }
-}
-
-// Whoever opens a TIFF reads the values of all tags, known or not.
-void checkValues(QIODevice &device)
-{
-    constexpr qint64 shared = 1 << 16; // some writers note a small value once for all
-    if (tiffValueBytes(device) > device.size() + shared)
-        throw PhotoError("has tags whose values lie on each other");
 }
 
 void checkSegments(QIODevice &device, JpegReach reach)
@@ -46,8 +37,6 @@ void checkReadingBounds(QIODevice &device, PhotoFormat format, JpegReach reach)
         checkTexts(device);
     else if (format == PhotoFormat::Jpeg)
         checkSegments(device, reach);
-    else if (format == PhotoFormat::Tiff)
-        checkValues(device);
 }
 
 } // namespace photo

@@ -41,7 +41,7 @@ PhotoHeader readHeader(QIODevice &device, const char *format)
 std::unique_ptr<PhotoDecoder> openPhoto(PhotoInput &input, const DecodingOptions &options,
                                         PhotoHeader &header)
 {
-    QIODevice &device = input.device();
+    QIODevice &device = input.pictureDevice();
     const QByteArray beginning = device.peek(contentProbe);
     const ContentKind kind = contentKind(beginning, input.name());
     if (kind.format == PhotoFormat::Unknown)

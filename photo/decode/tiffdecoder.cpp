@@ -141,12 +141,8 @@ qint64 TiffDecoder::memoryNeed() const
     // The band, its rows as the file has them, and what conversion makes of these.
     const int bits = QImage::toPixelFormat(m_rowFormat).bitsPerPixel() + 0;
     const qint64 bands = 2 * bandNeed() + bandNeed() * bits / (8 * bytesPerPixel);
-    // Where the strips are and how long: two numbers of 64 bits each, twice while they
-    // are read, here and before that by the toolkit.
-    constexpr qint64 stripBytes = 64;
-    const qint64 tables = stripBytes * TIFFNumberOfStrips(m_file.get());
     // A strip is read as a whole, still compressed.
-    return bands + tables + largestStripInFile(m_file.get());
+    return bands + heldValueBytes(m_file.get()) + largestStripInFile(m_file.get());
 }
 
 void TiffDecoder::decode(uchar *target, int count)

@@ -63,6 +63,19 @@ TiffFile openTiff(QIODevice &device)
     return file;
 }
 
+qint64 heldValueBytes(TIFF *tiff)
+{
+    // Where the strips are and how long: two numbers of 64 bits each, twice while they
+    // are read, here and before that by the toolkit.
+    constexpr qint64 stripBytes = 64;
+    const uint32_t count = TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+    uint32_t profileBytes = 0;
+    const void *profile = nullptr;
+    if (!TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &profileBytes, &profile))
+        profileBytes = 0;
+    return stripBytes * count + qint64(3) * profileBytes;
+}
+
 qint64 largestStripInFile(TIFF *tiff)
 {
     uint64_t largest = 0;

@@ -20,6 +20,10 @@ using TiffFile = std::unique_ptr<TIFF, TiffClosing>;
 // Null where there is none. The device must outlive the file.
 TiffFile openTiff(QIODevice &device);
 
+// The memory that the values of its tags take beside the picture, here and in the
+// toolkit's reader.
+qint64 heldValueBytes(TIFF *tiff);
+
 // The most bytes that one of its strips or tiles has, as it is in the file.
 qint64 largestStripInFile(TIFF *tiff);
 

@@ -40,7 +40,7 @@ qint64 tiffWorkBytes(QIODevice &device)
         unpacked *= std::max<int>(tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL), 4);
     if (tiffValue<uint16_t>(tiff, TIFFTAG_COMPRESSION) == COMPRESSION_JPEG)
         unpacked += unpacked * 2;
-    return largestStripInFile(tiff) + unpacked;
+    return largestStripInFile(tiff) + unpacked + heldValueBytes(tiff);
 }
 
 // What the reader takes beside the picture that it gives.

@@ -1,4 +1,5 @@
 #include "tests/batch/batchprocess.h"
+#include "tests/support/hostilephotos.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
@@ -29,6 +30,8 @@ private slots:
     void initTestCase();
     void jobsWithinMaximum();
     void standardOutputOnce();
+    void longValuesTakeNothing_data();
+    void longValuesTakeNothing();
     void namesTakeLittle_data();
     void namesTakeLittle();
     void listBeyondMaximum();
@@ -84,6 +87,33 @@ void tst_BatchMany::standardOutputOnce()
     COMPARE_EXIT(batch.run({"--max-memory", "13500000", "-o", "-", "a.jpg"}), 1);
     QVERIFY(size < 2 * 3000 * 2500);
     COMPARE_EXIT(batch.run({"--max-memory", "17M", "-o", "-", "a.jpg"}), 0);
+}
+
+void tst_BatchMany::longValuesTakeNothing_data()
+{
+    QTest::addColumn<QByteArray>("tiff");
+    QTest::newRow("layers") << hostilephotos::tiffWithSharedValues(1, false, 100'000'000);
+    QTest::newRow("big file") << hostilephotos::tiffWithSharedValues(1, true, 100'000'000);
+    QTest::newRow("colour profile")
+        << hostilephotos::tiffWithSharedValues(1, false, 100'000'000, 34675);
+}
+
+// Values of tags that no picture needs are in no memory that a job would announce.
+void tst_BatchMany::longValuesTakeNothing()
+{
+    QFETCH(QByteArray, tiff);
+    BatchProcess batch;
+    batch.write("small.tif", hostilephotos::tiffWithSharedValues(1, false, 256));
+    batch.write("large.tif", tiff);
+    tiff.clear();
+    const QString output = batch.path("sketch.jpg");
+    const auto peak = [&](const char *name) {
+        return peakOfRun({"--overwrite", "-o", output, batch.path(name)}, 0);
+    };
+    const qint64 small = peak("small.tif");
+    QVERIFY(small > 0);
+    const qint64 more = peak("large.tif") - small;
+    QVERIFY2(more < 4'000'000, QByteArray::number(more / 1'000'000) + " MB");
 }
 
 void tst_BatchMany::namesTakeLittle_data()

@@ -198,10 +198,10 @@ void tst_BatchMemory::peakDoesNotGrowWithRows()
 void tst_BatchMemory::announcesTheTablesOfStrips()
 {
     BatchProcess batch;
-    makePhoto("TIFF of 8 bits, a strip for every row", batch.path("photo"), {1, 1'500'000});
-    const auto outcome = batch.run({"--max-memory", "64M", "-o", "sketch.png", "photo"});
+    makePhoto("TIFF of 8 bits, a strip for every row", batch.path("photo"), {1, 900'000});
+    const auto outcome = batch.run({"--max-memory", "48M", "-o", "sketch.png", "photo"});
     COMPARE_EXIT(outcome, 1);
-    QVERIFY2(outcome.errors.contains("more than the 64 MB"), outcome.errors.constData());
+    QVERIFY2(outcome.errors.contains("more than the 48 MB"), outcome.errors.constData());
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchMemory)

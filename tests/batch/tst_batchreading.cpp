@@ -17,7 +17,7 @@ private slots:
     void aReadThatFailsIsNamed();
     void animationsAreCountedBeforehand();
     void segmentsWithoutEndAreRefused();
-    void sharedValuesAreRefused();
+    void sharedValuesAreNotRead();
     void pixelsNobodyWroteAreTheSameInEveryRun_data();
     void pixelsNobodyWroteAreTheSameInEveryRun();
     void bmpStoredFromTheTop();
@@ -117,18 +117,15 @@ void tst_BatchReading::segmentsWithoutEndAreRefused()
     COMPARE_EXIT(batch.run({"many"}), 0);
 }
 
-void tst_BatchReading::sharedValuesAreRefused()
+void tst_BatchReading::sharedValuesAreNotRead()
 {
     BatchProcess batch;
-    batch.write("few", hostilephotos::tiffWithSharedValues(3, false, 300));
     batch.write("many", hostilephotos::tiffWithSharedValues(1000, false));
     batch.write("big", hostilephotos::tiffWithSharedValues(1000, true));
-    const auto outcome = batch.shell("ulimit -v 1000000; \"$batch\" -j 1 few many big");
-    COMPARE_EXIT(outcome, 1);
-    QCOMPARE(outcome.errors,
-             QByteArray("many: has tags whose values lie on each other\n"
-                        "big: has tags whose values lie on each other\n"));
-    QVERIFY(batch.exists("few-sketch.jpg"));
+    // What the files hold once is less than this, what their tags say far more.
+    COMPARE_EXIT(batch.shell("ulimit -v 1000000; \"$batch\" -j 1 many big"), 0);
+    QVERIFY(batch.exists("many-sketch.jpg"));
+    QVERIFY(batch.exists("big-sketch.jpg"));
 }
 
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()

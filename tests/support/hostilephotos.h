@@ -55,9 +55,10 @@ inline QByteArray jpegWithHiddenScans(int hidden)
     return file + "\xff\xd9";
 }
 
-// A grey TIFF of 16 x 16 pixels with so many tags that nobody knows, all of which
+// A grey TIFF of 16 x 16 pixels with so many more tags (unknown ones), all of which
 // have the same bytes for a value.
-inline QByteArray tiffWithSharedValues(int tags, bool isBig, int valueBytes = 1'000'000)
+inline QByteArray tiffWithSharedValues(int tags, bool isBig, int valueBytes = 1'000'000,
+                                       int firstTag = 40000)
 {
     QByteArray file = isBig ? QByteArray("II+\0\10\0\0\0", 8) : QByteArray("II*\0", 4);
     const auto offset = [&](quint64 number) {
@@ -74,7 +75,7 @@ inline QByteArray tiffWithSharedValues(int tags, bool isBig, int valueBytes = 1'
     file += entry(256, 4, 1, 16) + entry(257, 4, 1, 16) + entry(258, 4, 1, 8) + entry(262, 4, 1, 1)
         + entry(273, 4, 1, pixels) + entry(278, 4, 1, 16) + entry(279, 4, 1, 256);
     for (int i = 0; i < tags; ++i)
-        file += entry(quint16(40000 + i), 1, quint64(valueBytes), pixels);
+        file += entry(quint16(firstTag + i), 1, quint64(valueBytes), pixels);
     return file + offset(0) + QByteArray(valueBytes, '\x40');
 }
 
