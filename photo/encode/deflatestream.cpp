@@ -1,6 +1,7 @@
 #include "photo/encode/deflatestream.h"
 
 #include <algorithm>
+#include <new>
 
 #include "photo/photoerror.h"
 
@@ -8,12 +9,12 @@ namespace photo {
 
 namespace {
 
-// The least and the most that the library offers.
 constexpr std::uint32_t quickLevel = 1;
-constexpr std::uint32_t thoroughLevel = 3;
-// Room for either level.
-constexpr std::size_t tokenBytes =
-    std::max<std::size_t>(ISAL_DEF_LVL1_DEFAULT, ISAL_DEF_LVL3_DEFAULT);
+constexpr std::size_t tokenBytes = ISAL_DEF_LVL1_DEFAULT;
+// The least that looks whether the next byte begins a longer match.
+constexpr int patientLevel = 4;
+// As the library says of its states: 2^(15 + 2) + 2^(8 + 9) bytes, and a little.
+constexpr std::size_t patientBytes = 272 << 10;
 // How far back the same is looked for. A run repeats the last byte only; what is farther
 // away than 8 kB costs a sketch more bits than it saves.
 constexpr std::uint16_t runBits = 1;
@@ -25,10 +26,10 @@ constexpr unsigned char zlibHeader[] = {0x78, 0x01};
 
 void choose(isal_zstream &stream, Packing packing, std::vector<std::uint8_t> &tokens)
 {
-    stream.level = packing.isThorough ? thoroughLevel : quickLevel;
+    stream.level = quickLevel;
     stream.level_buf = tokens.data();
     stream.level_buf_size = static_cast<std::uint32_t>(tokens.size());
-    stream.hist_bits = packing.search == Packing::Runs ? runBits : matchBits;
+    stream.hist_bits = packing == Packing::Runs ? runBits : matchBits;
 }
 
 // The library reads what it is not told is constant.
@@ -37,9 +38,9 @@ std::uint8_t *input(const unsigned char *bytes)
     return const_cast<std::uint8_t *>(bytes);
 }
 
-void check(int result)
+void check(bool isDone)
 {
-    if (result != COMP_OK)
+    if (!isDone)
         throw PhotoError("cannot be encoded: compressing it failed");
 }
 
@@ -50,6 +51,26 @@ constexpr std::size_t packedBound(std::size_t bytes)
 }
 
 } // namespace
+
+PatientCompressor::~PatientCompressor()
+{
+    if (m_isReady)
+        deflateEnd(&m_stream);
+}
+
+z_stream &PatientCompressor::begin()
+{
+    constexpr int rawWindowBits = -15;
+    constexpr int usualMemory = 8;
+    const int result = m_isReady ? deflateReset(&m_stream)
+                                 : deflateInit2(&m_stream, patientLevel, Z_DEFLATED, rawWindowBits,
+                                                usualMemory, Z_DEFAULT_STRATEGY);
+    if (result == Z_MEM_ERROR)
+        throw std::bad_alloc();
+    check(result == Z_OK);
+    m_isReady = true;
+    return m_stream;
+}
 
 DeflateStream::DeflateStream(ByteSink &sink)
     : m_sink(sink)
@@ -64,8 +85,12 @@ DeflateStream::DeflateStream(ByteSink &sink)
 
 void DeflateStream::start(Packing packing)
 {
-    isal_deflate_init(m_stream.get());
-    choose(*m_stream, packing, m_tokens);
+    if (packing == Packing::Patient) {
+        m_patient.begin();
+    } else {
+        isal_deflate_init(m_stream.get());
+        choose(*m_stream, packing, m_tokens);
+    }
     m_packing = packing;
     m_segmentBytes = 0;
 }
@@ -74,8 +99,7 @@ void DeflateStream::add(const unsigned char *bytes, std::size_t count, Packing p
 {
     m_checksum = isal_adler32(m_checksum, bytes, count);
     if (m_packing != packing) {
-        // Ends at a whole byte, and nothing that follows looks back beyond it.
-        compress(nullptr, 0, FULL_FLUSH, false);
+        compress(nullptr, 0, Ending::Segment);
         start(packing);
     }
     while (count > 0) {
@@ -89,27 +113,51 @@ void DeflateStream::add(const unsigned char *bytes, std::size_t count, Packing p
 void DeflateStream::put(const unsigned char *bytes, std::size_t count)
 {
     if (m_segmentBytes + count > segmentLimit) {
-        compress(nullptr, 0, FULL_FLUSH, false);
+        compress(nullptr, 0, Ending::Segment);
         start(m_packing);
     }
     m_segmentBytes += count;
-    compress(bytes, count, NO_FLUSH, false);
+    compress(bytes, count, Ending::None);
 }
 
-void DeflateStream::compress(const unsigned char *bytes, std::size_t count, int flush, bool isLast)
+void DeflateStream::compress(const unsigned char *bytes, std::size_t count, Ending ending)
 {
-    m_stream->next_in = input(bytes);
-    m_stream->avail_in = static_cast<std::uint32_t>(count);
-    m_stream->flush = static_cast<std::uint16_t>(flush);
-    m_stream->end_of_stream = isLast;
-    do {
-        const std::size_t room = pieceBytes - m_filled;
-        m_stream->next_out = m_piece.data() + m_filled;
-        m_stream->avail_out = static_cast<std::uint32_t>(room);
-        check(isal_deflate(m_stream.get()));
-        m_filled += room - m_stream->avail_out;
-        passFullPiece();
-    } while (m_stream->avail_out == 0);
+    const bool isPatient = m_packing == Packing::Patient;
+    z_stream &patient = m_patient.stream();
+    (isPatient ? patient.next_in : m_stream->next_in) = input(bytes);
+    (isPatient ? patient.avail_in : m_stream->avail_in) = static_cast<std::uint32_t>(count);
+    while (isPatient ? compressPatiently(ending) : compressQuickly(ending)) { }
+}
+
+// Fills the piece; whether there is more to come.
+bool DeflateStream::compressQuickly(Ending ending)
+{
+    const std::size_t room = pieceBytes - m_filled;
+    m_stream->flush = ending == Ending::Segment ? FULL_FLUSH : NO_FLUSH;
+    m_stream->end_of_stream = ending == Ending::Stream;
+    m_stream->next_out = m_piece.data() + m_filled;
+    m_stream->avail_out = static_cast<std::uint32_t>(room);
+    check(isal_deflate(m_stream.get()) == COMP_OK);
+    m_filled += room - m_stream->avail_out;
+    passFullPiece();
+    return m_stream->avail_out == 0;
+}
+
+bool DeflateStream::compressPatiently(Ending ending)
+{
+    const std::size_t room = pieceBytes - m_filled;
+    z_stream &stream = m_patient.stream();
+    stream.next_out = m_piece.data() + m_filled;
+    stream.avail_out = static_cast<uInt>(room);
+    const int result = deflate(&stream,
+                               ending == Ending::Stream        ? Z_FINISH
+                                   : ending == Ending::Segment ? Z_FULL_FLUSH
+                                                               : Z_NO_FLUSH);
+    // The last one says that nothing was left to do.
+    check(result == Z_OK || result == Z_STREAM_END || result == Z_BUF_ERROR);
+    m_filled += room - stream.avail_out;
+    passFullPiece();
+    return stream.avail_out == 0;
 }
 
 void DeflateStream::passFullPiece()
@@ -122,7 +170,7 @@ void DeflateStream::passFullPiece()
 
 void DeflateStream::finish()
 {
-    compress(nullptr, 0, NO_FLUSH, true);
+    compress(nullptr, 0, Ending::Stream);
     for (int shift = 24; shift >= 0; shift -= 8) {
         m_piece[m_filled++] = static_cast<unsigned char>(m_checksum >> shift);
         passFullPiece();
@@ -140,6 +188,13 @@ PackingEstimate::PackingEstimate()
 std::size_t PackingEstimate::packedBytes(const std::vector<unsigned char> &sample, Packing packing)
 {
     m_packed.resize(packedBound(sample.size()));
+    return packing == Packing::Patient ? patientlyPackedBytes(sample)
+                                       : quicklyPackedBytes(sample, packing);
+}
+
+std::size_t PackingEstimate::quicklyPackedBytes(const std::vector<unsigned char> &sample,
+                                                Packing packing)
+{
     isal_deflate_stateless_init(m_stream.get());
     choose(*m_stream, packing, m_tokens);
     m_stream->end_of_stream = 1;
@@ -147,13 +202,24 @@ std::size_t PackingEstimate::packedBytes(const std::vector<unsigned char> &sampl
     m_stream->avail_in = static_cast<std::uint32_t>(sample.size());
     m_stream->next_out = m_packed.data();
     m_stream->avail_out = static_cast<std::uint32_t>(m_packed.size());
-    check(isal_deflate_stateless(m_stream.get()));
+    check(isal_deflate_stateless(m_stream.get()) == COMP_OK);
     return m_packed.size() - m_stream->avail_out;
+}
+
+std::size_t PackingEstimate::patientlyPackedBytes(const std::vector<unsigned char> &sample)
+{
+    z_stream &stream = m_patient.begin();
+    stream.next_in = input(sample.data());
+    stream.avail_in = static_cast<uInt>(sample.size());
+    stream.next_out = m_packed.data();
+    stream.avail_out = static_cast<uInt>(m_packed.size());
+    check(deflate(&stream, Z_FINISH) == Z_STREAM_END);
+    return m_packed.size() - stream.avail_out;
 }
 
 std::size_t deflateMemory(std::size_t sampleBytes)
 {
-    return 2 * (sizeof(isal_zstream) + tokenBytes) + DeflateStream::pieceBytes
+    return 2 * (sizeof(isal_zstream) + tokenBytes + patientBytes) + DeflateStream::pieceBytes
         + packedBound(sampleBytes);
 }
 

@@ -14,14 +14,20 @@ enum Filter : unsigned char {
 
 // A band is what one choice holds for, as many rows as these bytes have room for.
 constexpr std::size_t bandBytes = 1 << 19;
-// Of so many rows, the first few stand for all, as what repeats the row above
-// compresses better; of wide ones, the middle.
-constexpr int rowsPerSample = 64;
-constexpr int sampleRows = 4;
+// Of so many rows, the first few stand for all, as what repeats the rows above
+// compresses better; of wide ones, the middle. Of narrow ones more stand together: what
+// drawings repeat is farther up. All rows of what is one band tell best.
+constexpr RowSampling ofAll {1, 1};
+constexpr RowSampling ofNarrow {256, 16};
+constexpr RowSampling ofWide {64, 4};
+constexpr int narrowWidth = 2100;
 constexpr std::size_t sampleWidth = 1 << 13;
 // A band that packs into less than this share is nearly flat: few bytes then make
 // much of it, and trying harder takes little time.
-constexpr std::size_t flatShare = 10;
+constexpr std::size_t flatShare = 6;
+// Where matches save more than this share of what runs take, the band repeats itself as
+// a drawing does and a photograph does not, and a better search finds still more.
+constexpr std::size_t drawingGain = 28;
 
 std::size_t rowBytes(std::size_t width)
 {
@@ -34,11 +40,19 @@ int rowsOfBand(QSize size)
     return std::clamp(static_cast<int>(most), 1, size.height());
 }
 
+RowSampling samplingOf(QSize size)
+{
+    if (rowsOfBand(size) == size.height())
+        return ofAll;
+    return size.width() <= narrowWidth ? ofNarrow : ofWide;
+}
+
 } // namespace
 
 PngRows::PngRows(QSize size, ByteSink &sink)
     : m_width(static_cast<std::size_t>(size.width()))
     , m_bandRows(rowsOfBand(size))
+    , m_sampling(samplingOf(size))
     , m_plain(rowBytes(m_width) * m_bandRows)
     , m_differences(m_plain.size())
     , m_stream(sink)
@@ -81,7 +95,7 @@ void PngRows::takeSamples()
     m_plainSample.clear();
     m_differencesSample.clear();
     for (int y = 0; y < m_filled; ++y) {
-        if (y % rowsPerSample >= sampleRows)
+        if (y % m_sampling.rows >= m_sampling.sampled)
             continue;
         const std::size_t start = rowBytes(m_width) * y + left;
         const auto take = [&](Rows &sample, const Rows &rows) {
@@ -93,21 +107,24 @@ void PngRows::takeSamples()
     }
 }
 
-PngRows::Choice PngRows::best(bool isThorough)
+PngRows::Choice PngRows::best(Packing packing)
 {
-    std::vector<Choice> choices;
-    for (const Packing::Search search : {Packing::Runs, Packing::Matches}) {
-        const Packing packing {search, isThorough};
-        choices.push_back({false, packing, m_estimate.packedBytes(m_plainSample, packing)});
-        choices.push_back({true, packing, m_estimate.packedBytes(m_differencesSample, packing)});
-    }
-    return *std::ranges::min_element(choices, {}, &Choice::packedBytes);
+    const Choice plain {false, packing, m_estimate.packedBytes(m_plainSample, packing)};
+    const Choice differences {true, packing, m_estimate.packedBytes(m_differencesSample, packing)};
+    return differences.packedBytes < plain.packedBytes ? differences : plain;
 }
 
 PngRows::Choice PngRows::choice()
 {
-    const Choice quick = best(false);
-    return quick.packedBytes > m_plainSample.size() / flatShare ? quick : best(true);
+    const Choice runs = best(Packing::Runs);
+    const Choice matches = best(Packing::Matches);
+    const Choice quick = matches.packedBytes < runs.packedBytes ? matches : runs;
+    const bool isFlat = quick.packedBytes * flatShare < m_plainSample.size();
+    const bool isDrawing = matches.packedBytes * drawingGain < runs.packedBytes * (drawingGain - 1);
+    if (!isFlat && !isDrawing)
+        return quick;
+    const Choice patient = best(Packing::Patient);
+    return patient.packedBytes < quick.packedBytes ? patient : quick;
 }
 
 void PngRows::finish()
@@ -122,9 +139,10 @@ qint64 PngRows::memoryNeed(QSize size)
     const auto width = static_cast<std::size_t>(size.width());
     const std::size_t band = rowBytes(width) * rowsOfBand(size);
     // No more than a band, nor than the first rows of each group in it.
-    const std::size_t groups = rowsOfBand(size) / rowsPerSample + 1;
+    const RowSampling sampling = samplingOf(size);
+    const std::size_t groups = rowsOfBand(size) / sampling.rows + 1;
     const std::size_t sample =
-        std::min(band, groups * sampleRows * rowBytes(std::min(width, sampleWidth)));
+        std::min(band, groups * sampling.sampled * rowBytes(std::min(width, sampleWidth)));
     // A vector that grows may be twice as large as what it holds.
     return static_cast<qint64>(2 * band + 4 * sample + deflateMemory(sample));
 }

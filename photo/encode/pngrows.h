@@ -8,6 +8,13 @@
 
 namespace photo {
 
+// Of so many rows, the first few are a sample.
+struct RowSampling
+{
+    int rows;
+    int sampled;
+};
+
 // Compresses the rows of a PNG of one channel of 8 bits, a band at a time. A sketch is
 // flat paper with strokes on it, whose values compress as well as they are; the shades
 // of a soft one compress better as differences. A sample of each band tells.
@@ -34,11 +41,12 @@ private:
     void addRow(const unsigned char *grey);
     void packBand();
     void takeSamples();
-    Choice best(bool isThorough);
+    Choice best(Packing packing);
     Choice choice();
 
     std::size_t m_width;
     int m_bandRows;
+    RowSampling m_sampling;
     int m_filled = 0; // rows of the band
     Rows m_plain;
     Rows m_differences;

@@ -1,0 +1,153 @@
+#include "photo/encode/deflatestream.h"
+
+#include "tests/support/testmain.h"
+
+#include <random>
+
+namespace {
+
+using photo::Packing;
+
+class Collector : public photo::ByteSink
+{
+public:
+    void write(const unsigned char *bytes, std::size_t count) override
+    {
+        largest = std::max(largest, count);
+        packed.insert(packed.end(), bytes, bytes + count);
+    }
+
+    std::vector<unsigned char> packed;
+    std::size_t largest = 0;
+};
+
+std::vector<unsigned char> noise(std::size_t count)
+{
+    std::mt19937 random(7);
+    std::vector<unsigned char> bytes(count);
+    for (unsigned char &byte : bytes)
+        byte = static_cast<unsigned char>(random());
+    return bytes;
+}
+
+// Noise of few values that repeats itself, not quite, after so many bytes.
+std::vector<unsigned char> drawing(std::size_t count, std::size_t period)
+{
+    std::mt19937 random(7);
+    std::vector<unsigned char> bytes(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool isNew = i < period || random() % 12 == 0;
+        bytes[i] = isNew ? static_cast<unsigned char>(random() % 32) : bytes[i - period];
+    }
+    return bytes;
+}
+
+std::vector<unsigned char> unpacked(const std::vector<unsigned char> &packed, std::size_t expected)
+{
+    std::vector<unsigned char> bytes(expected + 1);
+    uLongf count = bytes.size();
+    if (uncompress(bytes.data(), &count, packed.data(), packed.size()) != Z_OK)
+        return {1, 2, 3};
+    bytes.resize(count);
+    return bytes;
+}
+
+} // namespace
+
+class tst_DeflateStream : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void unpacksToTheSame_data();
+    void unpacksToTheSame();
+    void nothingIsAStream();
+    void patienceFindsMore();
+    void estimatesWhatComesOut();
+};
+
+void tst_DeflateStream::unpacksToTheSame_data()
+{
+    QTest::addColumn<std::vector<Packing>>("packings");
+    QTest::addColumn<int>("portion");
+    const std::vector<std::pair<const char *, Packing>> all = {
+        {"matches", Packing::Matches}, {"runs", Packing::Runs}, {"patient", Packing::Patient}};
+    for (const int portion : {1'000, 300'000, 5'000'000}) {
+        const QByteArray size = QByteArray::number(portion) + " bytes at once";
+        for (const auto &[name, packing] : all) {
+            QTest::newRow(name + (", " + size)) << std::vector {packing} << portion;
+            for (const auto &[other, next] : all) {
+                if (next != packing)
+                    QTest::newRow(name + QByteArray(" and ") + other + ", " + size)
+                        << std::vector {packing, next} << portion;
+            }
+        }
+        QTest::newRow("all in turns, " + size)
+            << std::vector {Packing::Runs, Packing::Patient, Packing::Matches} << portion;
+    }
+}
+
+void tst_DeflateStream::unpacksToTheSame()
+{
+    QFETCH(std::vector<Packing>, packings);
+    QFETCH(int, portion);
+    // Both much longer and much shorter than a piece when they are packed.
+    for (const auto &bytes :
+         {noise(1'500'000), drawing(3'000'000, 700), std::vector<unsigned char>(2'000'000, 255)}) {
+        Collector sink;
+        photo::DeflateStream stream(sink);
+        std::size_t turn = 0;
+        for (std::size_t at = 0; at < bytes.size(); at += portion) {
+            const std::size_t count = std::min<std::size_t>(portion, bytes.size() - at);
+            stream.add(bytes.data() + at, count, packings[turn++ % packings.size()]);
+        }
+        stream.finish();
+        QVERIFY(unpacked(sink.packed, bytes.size()) == bytes);
+        QVERIFY(sink.largest <= photo::DeflateStream::pieceBytes);
+    }
+}
+
+void tst_DeflateStream::nothingIsAStream()
+{
+    for (const Packing packing : {Packing::Matches, Packing::Runs, Packing::Patient}) {
+        Collector sink;
+        photo::DeflateStream stream(sink);
+        stream.add(nullptr, 0, packing);
+        stream.finish();
+        QVERIFY(unpacked(sink.packed, 10).empty());
+    }
+}
+
+void tst_DeflateStream::patienceFindsMore()
+{
+    const auto packedBytes = [](Packing packing) {
+        const auto bytes = drawing(1'000'000, 700);
+        Collector sink;
+        photo::DeflateStream stream(sink);
+        stream.add(bytes.data(), bytes.size(), packing);
+        stream.finish();
+        return sink.packed.size();
+    };
+    QVERIFY(packedBytes(Packing::Patient) < packedBytes(Packing::Matches) * 95 / 100);
+    QVERIFY(packedBytes(Packing::Matches) < packedBytes(Packing::Runs) * 95 / 100);
+}
+
+void tst_DeflateStream::estimatesWhatComesOut()
+{
+    const auto bytes = drawing(200'000, 700);
+    photo::PackingEstimate estimate;
+    for (int round = 0; round < 2; ++round) {
+        for (const Packing packing : {Packing::Matches, Packing::Runs, Packing::Patient}) {
+            Collector sink;
+            photo::DeflateStream stream(sink);
+            stream.add(bytes.data(), bytes.size(), packing);
+            stream.finish();
+            const double share =
+                double(estimate.packedBytes(bytes, packing)) / double(sink.packed.size());
+            QVERIFY2(share > 0.95 && share < 1.05, qPrintable(QString::number(share)));
+        }
+    }
+}
+
+CRAYVELL_TEST_MAIN(tst_DeflateStream)
+#include "tst_deflatestream.moc"
