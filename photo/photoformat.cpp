@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <filesystem>
+#include <span>
 #include <string_view>
 
 namespace photo {
@@ -77,28 +77,28 @@ constexpr Signature signatures[] = {
     {0, "PK\3\4"sv, refused, "ZIP"},
 };
 
-std::string lowerSuffix(const std::string &fileName)
+// The dot belongs to the suffix. Of the letters only A to Z have two cases: what the
+// user's locale takes for one letter is no matter of file formats.
+bool hasSuffixOf(const std::string &fileName, std::span<const char *const> suffixes)
 {
-    std::string suffix = std::filesystem::path(fileName).extension().native();
-    std::ranges::transform(suffix, suffix.begin(),
-                           [](unsigned char letter) { return std::tolower(letter); });
-    return suffix;
+    const std::string suffix = std::filesystem::path(fileName).extension().native();
+    return std::ranges::any_of(
+        suffixes, [&](const char *known) { return qstricmp(suffix.c_str(), known) == 0; });
 }
 
 bool isCameraRaw(const std::string &fileName)
 {
-    constexpr std::array suffixes = {".3fr"sv, ".arw"sv, ".cr2"sv, ".dcr"sv, ".dng"sv,
-                                     ".erf"sv, ".iiq"sv, ".k25"sv, ".kdc"sv, ".mef"sv,
-                                     ".mos"sv, ".nef"sv, ".nrw"sv, ".pef"sv, ".rw2"sv,
-                                     ".rwl"sv, ".sr2"sv, ".srf"sv, ".srw"sv};
-    return std::ranges::find(suffixes, lowerSuffix(fileName)) != suffixes.end();
+    constexpr std::array suffixes = {".3fr", ".arw", ".cr2", ".dcr", ".dng", ".erf", ".iiq",
+                                     ".k25", ".kdc", ".mef", ".mos", ".nef", ".nrw", ".pef",
+                                     ".rw2", ".rwl", ".sr2", ".srf", ".srw"};
+    return hasSuffixOf(fileName, suffixes);
 }
 
 // Two letters are little: what follows them must fit, too.
 bool isLikely(const Signature &signature, std::string_view bytes)
 {
     if (signature.format == PhotoFormat::Ppm)
-        return bytes.size() > 2 && (std::isspace(static_cast<uchar>(bytes[2])) || bytes[2] == '#');
+        return bytes.size() > 2 && " \t\n\v\f\r#"sv.find(bytes[2]) != std::string_view::npos;
     if (signature.format != PhotoFormat::Bmp)
         return true;
     constexpr std::array headerSizes = {12, 40, 52, 56, 64, 108, 124};
@@ -141,11 +141,10 @@ const char *readerName(PhotoFormat format, const QByteArray &beginning)
 
 bool hasPictureSuffix(const std::string &fileName)
 {
-    constexpr std::array suffixes = {".jpg"sv,  ".jpeg"sv, ".jpe"sv, ".jfif"sv, ".png"sv,
-                                     ".tif"sv,  ".tiff"sv, ".bmp"sv, ".dib"sv,  ".gif"sv,
-                                     ".webp"sv, ".ppm"sv,  ".pgm"sv, ".pnm"sv,  ".heic"sv,
-                                     ".heif"sv, ".avif"sv, ".jxl"sv};
-    return std::ranges::find(suffixes, lowerSuffix(fileName)) != suffixes.end();
+    constexpr std::array suffixes = {".jpg",  ".jpeg", ".jpe",  ".jfif", ".png",  ".tif",
+                                     ".tiff", ".bmp",  ".dib",  ".gif",  ".webp", ".ppm",
+                                     ".pgm",  ".pnm",  ".heic", ".heif", ".avif", ".jxl"};
+    return hasSuffixOf(fileName, suffixes);
 }
 
 } // namespace photo

@@ -1,0 +1,45 @@
+#include "tests/batch/batchprocess.h"
+#include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
+
+// The values that options take, and the suffixes of names.
+class tst_BatchValues : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void suffixesInEveryLocale_data();
+    void suffixesInEveryLocale();
+};
+
+void tst_BatchValues::suffixesInEveryLocale_data()
+{
+    QTest::addColumn<QString>("characters");
+
+    // Turkish has a dotted and a dotless i: the lower case of I is no i.
+    QTest::newRow("Turkish") << "UTF-8";
+    QTest::newRow("Turkish, of one byte") << "ISO-8859-9";
+}
+
+void tst_BatchValues::suffixesInEveryLocale()
+{
+    QFETCH(QString, characters);
+    BatchProcess batch;
+    const auto made =
+        batch.shell("mkdir l && localedef -i tr_TR -f " + characters + " \"$PWD/l/tr_TR\" 2>&1");
+    if (made.exitCode != 0)
+        QSKIP("localedef (libc-bin) with the package locales makes the locale: "
+              + made.output.left(200));
+    const QByteArray tiff = testphotos::encoded(testphotos::scene(20, 20), "tiff");
+    batch.write("p/A.TIF", tiff);
+    batch.write("p/b.IIQ", tiff);
+    const auto outcome = batch.run({"p/A.TIF", "p/b.IIQ"}, {},
+                                   {"LOCPATH=" + batch.path("l"), QStringLiteral("LC_ALL=tr_TR")});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors,
+             QByteArray("p/b.IIQ: is of the format camera raw, which is not read\n"));
+    QCOMPARE(batch.files().filter("p/"), QStringList({"p/A-sketch.jpg", "p/A.TIF", "p/b.IIQ"}));
+}
+
+CRAYVELL_TEST_MAIN(tst_BatchValues)
+#include "tst_batchvalues.moc"
