@@ -17,7 +17,7 @@ namespace {
 // Those that end a process unless somebody says otherwise, and are no crash.
 std::vector<int> endingSignals()
 {
-    std::vector<int> signals {SIGHUP,  SIGQUIT, SIGTERM, SIGUSR1,   SIGUSR2,
+    std::vector<int> signals {SIGINT,  SIGHUP,  SIGQUIT, SIGTERM,   SIGUSR1, SIGUSR2,
                               SIGALRM, SIGXCPU, SIGPROF, SIGVTALRM, SIGIO};
 #ifdef SIGPWR
     signals.push_back(SIGPWR);
@@ -30,8 +30,8 @@ std::vector<int> endingSignals()
     return signals;
 }
 
-// One that the caller ignores, as nohup does, and one that a profiler has taken
-// stay as they are.
+// One that the caller ignores, as nohup does, or a shell without job control for what
+// runs in its background, and one that a profiler has taken stay as they are.
 bool hasDefault(int signal)
 {
     struct sigaction action
@@ -44,14 +44,24 @@ sigset_t watchedSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    // A shell without job control starts background commands with SIGINT
-    // ignored; waiting for a blocked signal hears it all the same.
-    sigaddset(&signals, SIGINT);
     for (const int signal : endingSignals()) {
         if (hasDefault(signal))
             sigaddset(&signals, signal);
     }
     return signals;
+}
+
+// By the signal itself: a shell goes on with its loop after a command that exits by
+// itself, whatever its exit code.
+[[noreturn]] void endBy(int signal)
+{
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, signal);
+    std::signal(signal, SIG_DFL); // a library may have another way just now
+    std::raise(signal); // waits, being blocked
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    _exit(signalExitCode(signal)); // the first process of a container outlives it
 }
 
 } // namespace
@@ -69,7 +79,7 @@ bool watchSignals(const std::function<void()> &lastWords)
             sigwait(&signals, &signal);
             Temporaries::instance().abandon();
             lastWords();
-            _exit(signalExitCode(signal));
+            endBy(signal);
         }).detach();
     } catch (const std::system_error &) {
         pthread_sigmask(SIG_SETMASK, &former, nullptr);

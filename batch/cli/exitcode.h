@@ -9,7 +9,7 @@ enum class ExitCode {
     WrongUsage = 2, // nothing was written
 };
 
-// Ended by a signal, as a shell counts it: 130 for SIGINT, 143 for SIGTERM.
+// As a shell counts the end by a signal: 129 for SIGHUP, 130 for SIGINT, 143 for SIGTERM.
 constexpr int signalExitCode(int signal)
 {
     return 128 + signal;

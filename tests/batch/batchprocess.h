@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
+
 // The real program, run in a temporary folder of its own.
 class BatchProcess
 {
@@ -13,6 +15,7 @@ public:
     struct Outcome
     {
         int exitCode = -1; // -1: ended by a signal or not started
+        int signal = 0; // that it ended by
         QByteArray output;
         QByteArray errors;
     };
@@ -63,6 +66,14 @@ public:
 
     QTemporaryDir folder;
 
+    // For the child: what runs in the background of a shell, or under nohup, may have
+    // been told to ignore some.
+    static void hearSignals()
+    {
+        for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM})
+            ::signal(number, SIG_DFL);
+    }
+
 private:
     Outcome runProgram(const QString &name, const QStringList &arguments, const QByteArray &input,
                        const QStringList &environment)
@@ -75,6 +86,7 @@ private:
         for (const QString &entry : environment)
             variables.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
         process.setProcessEnvironment(variables);
+        process.setChildProcessModifier(hearSignals);
         process.start(name, arguments);
         process.write(input);
         process.closeWriteChannel();
@@ -84,6 +96,8 @@ private:
         process.waitForFinished();
         if (process.exitStatus() == QProcess::NormalExit)
             outcome.exitCode = process.exitCode();
+        else
+            outcome.signal = process.exitCode();
         outcome.output = process.readAllStandardOutput();
         outcome.errors = process.readAllStandardError();
         return outcome;

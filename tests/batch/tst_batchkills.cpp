@@ -38,6 +38,9 @@ private slots:
     void killedFiftyTimes();
     void interrupted_data();
     void interrupted();
+    void shellLoopStops();
+    void ignoredSignalIsLeftAlone_data();
+    void ignoredSignalIsLeftAlone();
     void interruptedWhileNobodyReads();
     void interruptedWithNamedFiles();
     void namedFilesKeepTheRules();
@@ -45,6 +48,7 @@ private slots:
 
 private:
     void fill(BatchProcess &batch) const;
+    void fillForLong(BatchProcess &batch) const;
     void start(QProcess &process, const BatchProcess &batch, const QStringList &arguments) const;
     static bool canHideProc(BatchProcess &batch);
     void compareOutputs(const BatchProcess &batch, const QByteArray &old) const;
@@ -81,8 +85,17 @@ void tst_BatchKills::start(QProcess &process, const BatchProcess &batch,
                            const QStringList &arguments) const
 {
     process.setWorkingDirectory(batch.folder.path());
+    process.setChildProcessModifier(BatchProcess::hearSignals);
     process.start(BatchProcess::program(), arguments);
     QVERIFY(process.waitForStarted());
+}
+
+// With photos enough that the first sketch is reported long before the last one is done.
+void tst_BatchKills::fillForLong(BatchProcess &batch) const
+{
+    fill(batch);
+    for (int i = 0; i < 40; ++i)
+        batch.write(QStringLiteral("p/more%1.jpg").arg(i), m_photos[0]);
 }
 
 void tst_BatchKills::compareOutputs(const BatchProcess &batch, const QByteArray &old) const
@@ -140,22 +153,17 @@ void tst_BatchKills::killedFiftyTimes()
 void tst_BatchKills::interrupted_data()
 {
     QTest::addColumn<int>("signal");
-    QTest::addColumn<int>("exitCode");
 
-    QTest::newRow("SIGINT") << SIGINT << 130;
-    QTest::newRow("SIGTERM") << SIGTERM << 143;
-    QTest::newRow("SIGHUP") << SIGHUP << 129;
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGHUP") << SIGHUP;
 }
 
 void tst_BatchKills::interrupted()
 {
     QFETCH(int, signal);
-    QFETCH(int, exitCode);
     BatchProcess batch;
-    fill(batch);
-    // The first sketch is reported long before the last one is done.
-    for (int i = 0; i < 40; ++i)
-        batch.write(QStringLiteral("p/more%1.jpg").arg(i), m_photos[0]);
+    fillForLong(batch);
     QProcess process;
     start(process, batch, {"-v", "-j", "2", "--output-dir", "out", "p"});
     process.setReadChannel(QProcess::StandardError);
@@ -163,12 +171,67 @@ void tst_BatchKills::interrupted()
     QVERIFY(process.processId() > 0);
     kill(static_cast<pid_t>(process.processId()), signal);
     QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), exitCode);
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(process.exitCode(), signal);
     compareOutputs(batch, {});
     const QStringList files = batch.files();
     QVERIFY(files.filter("out/").size() < photoCount + 40);
     QVERIFY(files.filter(".crayvell-").isEmpty());
+}
+
+// Ctrl+C reaches the shell and the program; the shell ends when the program does by
+// the signal, and goes on when that only says so.
+void tst_BatchKills::shellLoopStops()
+{
+    BatchProcess batch;
+    fillForLong(batch);
+    QProcess shell;
+    shell.setWorkingDirectory(batch.folder.path());
+    shell.setChildProcessModifier([] {
+        BatchProcess::hearSignals();
+        setpgid(0, 0);
+    });
+    shell.start(
+        "bash",
+        {"-c", "for i in 1 2 3; do \"$0\" -v -j 2 --overwrite --output-dir out p; echo next; done",
+         BatchProcess::program()});
+    QVERIFY(shell.waitForStarted());
+    shell.setReadChannel(QProcess::StandardError);
+    QVERIFY(shell.waitForReadyRead(20000));
+    QVERIFY(shell.processId() > 0);
+    kill(static_cast<pid_t>(-shell.processId()), SIGINT);
+    QVERIFY(shell.waitForFinished());
+    QCOMPARE(shell.readAllStandardOutput(), QByteArray());
+    QCOMPARE(shell.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(shell.exitCode(), SIGINT);
+}
+
+void tst_BatchKills::ignoredSignalIsLeftAlone_data()
+{
+    QTest::addColumn<int>("ignored");
+
+    QTest::newRow("SIGINT, as in the background of a script") << SIGINT;
+    QTest::newRow("SIGHUP, as under nohup") << SIGHUP;
+    QTest::newRow("SIGTERM") << SIGTERM;
+}
+
+void tst_BatchKills::ignoredSignalIsLeftAlone()
+{
+    QFETCH(int, ignored);
+    BatchProcess batch;
+    fillForLong(batch);
+    QProcess process;
+    process.setWorkingDirectory(batch.folder.path());
+    process.setChildProcessModifier([ignored] { signal(ignored, SIG_IGN); });
+    process.start(BatchProcess::program(), {"-v", "-j", "2", "--output-dir", "out", "p"});
+    process.setReadChannel(QProcess::StandardError);
+    QVERIFY(process.waitForReadyRead(20000));
+    QVERIFY(process.processId() > 0);
+    kill(static_cast<pid_t>(process.processId()), ignored);
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(batch.files().filter("out/").size(), photoCount + 40);
 }
 
 // A reader of the JSON that has stopped reading keeps nobody from ending it.
@@ -190,8 +253,8 @@ void tst_BatchKills::interruptedWhileNobodyReads()
                     "   before=$lines; lines=$(wc -l <log);"
                     "   if [ \"$lines\" -gt 0 ] && [ \"$lines\" = \"$before\" ];"
                     "   then unchanged=$((unchanged + 1)); else unchanged=0; fi;"
-                    " done; [ \"$lines\" -lt 2000 ] || exit 99; kill -INT $child; wait $child");
-    COMPARE_EXIT(outcome, 130);
+                    " done; [ \"$lines\" -lt 2000 ] || exit 99; kill -TERM $child; wait $child");
+    COMPARE_EXIT(outcome, 143);
 }
 
 // Without /proc a file needs a name from its beginning.
@@ -221,7 +284,8 @@ void tst_BatchKills::interruptedWithNamedFiles()
     QVERIFY(process.processId() > 0);
     kill(static_cast<pid_t>(process.processId()), SIGTERM);
     QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitCode(), 143);
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(process.exitCode(), SIGTERM);
     QCOMPARE(temporaries(), 0);
     compareOutputs(batch, {});
 }

@@ -245,9 +245,9 @@ child = subprocess.Popen([os.environ['batch'], '-o', '-', 'large.jpg'], stdout=w
 while select.select([], [writing], [], 0)[1] and child.poll() is None:
     pass
 child.send_signal(signal.SIGTERM)
-sys.exit(child.wait())
+sys.exit(0 if child.wait() == -signal.SIGTERM else 1)
 )");
-    COMPARE_EXIT(batch.shell("exec python3 run.py"), 143);
+    COMPARE_EXIT(batch.shell("exec python3 run.py"), 0);
 }
 
 void tst_BatchSystem::endingSignals_data()
@@ -285,7 +285,7 @@ void tst_BatchSystem::endingSignals()
     setting += runningAt(
         "fsync", QStringLiteral("ls .crayvell-* >seen; kill -%1 $PPID; sleep 20").arg(signal));
     const auto outcome = batch.run({"--fsync", "a.jpg"}, {}, setting);
-    COMPARE_EXIT(outcome, 128 + signal);
+    QCOMPARE(outcome.signal, signal);
     QVERIFY(batch.contents("seen").startsWith(".crayvell-"));
     QCOMPARE(batch.files(), QStringList({"a.jpg", "seen"}));
 }
@@ -294,7 +294,7 @@ void tst_BatchSystem::ignoredSignals()
 {
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
-    const QString all = "HUP QUIT TERM USR1 USR2 ALRM VTALRM PROF XCPU IO PWR";
+    const QString all = "HUP INT QUIT TERM USR1 USR2 ALRM VTALRM PROF XCPU IO PWR";
     const auto outcome = batch.shell("trap '' " + all + "; AT_CALL=fsync RUN_AT_CALL='for s in "
                                      + all + "; do kill -$s $PPID; done' LD_PRELOAD="
                                      + CRAYVELL_FAILING_CALLS + " \"$batch\" --fsync a.jpg");
