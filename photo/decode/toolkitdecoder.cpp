@@ -57,6 +57,18 @@ qint64 workBytes(QIODevice &device, PhotoFormat format)
     return bytes;
 }
 
+// A format whose plug-in is missing looks like a damaged file to the toolkit. Asking for
+// all that are there opens them, so only a failure does.
+std::string reasonFor(const QImageReader &reader, const ContentKind &kind,
+                      const std::string &otherwise)
+{
+    if (QImageReader::supportedImageFormats().contains(reader.format()))
+        return otherwise;
+    const bool isExtra = kind.format == PhotoFormat::Tiff || kind.format == PhotoFormat::WebP;
+    const char *const remedy = isExtra ? " (in Debian, the package qt6-image-formats-plugins)" : "";
+    return "cannot be decoded: Qt's reader for " + kind.name + " is not installed" + remedy;
+}
+
 } // namespace
 
 ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const char *format,
@@ -71,7 +83,7 @@ ToolkitDecoder::ToolkitDecoder(QIODevice &device, const ContentKind &kind, const
     m_besidePicture = workBytes(device, kind.format);
     m_size = announcedSize(device, kind.format, m_reader);
     if (m_size.isEmpty())
-        throw PhotoError("is a damaged " + m_kind.name);
+        throw PhotoError(reasonFor(m_reader, m_kind, "is a damaged " + m_kind.name));
 }
 
 qint64 ToolkitDecoder::memoryNeed() const
@@ -87,7 +99,8 @@ void ToolkitDecoder::decode()
 {
     m_picture = pictureToDecodeInto(m_size, m_kind.format, m_reader);
     if (!m_reader.read(&m_picture) || m_picture.isNull())
-        throw PhotoError("cannot be decoded: " + m_reader.errorString().toStdString());
+        throw PhotoError(reasonFor(m_reader, m_kind,
+                                   "cannot be decoded: " + m_reader.errorString().toStdString()));
     if (m_picture.size() != m_size)
         throw PhotoError("is a damaged " + m_kind.name);
 }
