@@ -284,9 +284,23 @@ private:
     std::string_view m_portion;
 };
 
+// Each of its names would be missing for a reason that nobody sees.
+void refuseCrLf(const std::string &name, const Options &options)
+{
+    struct stat status
+    {
+    };
+    if (options.nullSeparated || !name.ends_with('\r') || lstat(name.c_str(), &status) == 0)
+        return;
+    throw UsageError("--files-from: " + options.photoList
+                     + " has lines that end with CR LF, and there is no '" + name
+                     + "'; dos2unix takes the CR away");
+}
+
 void addFromList(Collector &collector, const Options &options)
 {
     NameList(options).forEach([&](const std::string &name) {
+        refuseCrLf(name, options);
         collector.add(name == "-" ? "./-" : name); // a file, in a list
     });
 }

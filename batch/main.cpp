@@ -71,6 +71,8 @@ int sketchPhotos(const Options &options)
     const auto reporter = std::make_shared<Reporter>(options);
     if (!watchSignals([reporter] { reporter->silence(); }))
         reporter->note("no thread can be had: a signal leaves unfinished files behind");
+    if (options.quality && options.format == OutputFormat::Png && !options.quiet)
+        writeMessage(std::string(programName) + ": --quality has no effect on PNG\n");
     return static_cast<int>(BatchRun(options, *reporter).run());
 }
 

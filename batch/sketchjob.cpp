@@ -181,7 +181,8 @@ private:
 
     std::unique_ptr<photo::SketchEncoder> encoder(photo::ByteSink &sink) const
     {
-        return photo::makeEncoder(sketchFormat(), m_options.quality, m_size, m_exif, sink);
+        return photo::makeEncoder(sketchFormat(), m_options.quality.value_or(bestQuality), m_size,
+                                  m_exif, sink);
     }
 
     sketch::GreyTable levels() const

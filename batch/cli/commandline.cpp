@@ -1,12 +1,14 @@
 #include "batch/cli/commandline.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cerrno>
 #include <filesystem>
 #include <getopt.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "batch/cli/optiontable.h"
+#include "batch/cli/wrongoption.h"
 
 namespace batch {
 
@@ -55,14 +57,33 @@ void apply(Options &options, const OptionEntry &entry)
         throw UsageError(std::string("--").append(entry.longName) + ": " + wrong);
 }
 
-std::string given(char **argv)
+// The one that holds the letter which getopt complains of: it steps on to the next
+// one when it takes the last letter.
+std::string elementOfLetter(int argc, char **argv)
 {
-    if (optopt > 0 && optopt < longOnly)
-        return {'-', static_cast<char>(optopt)};
-    return argv[optind - 1];
+    const auto letter = static_cast<char>(optopt);
+    const std::string former = argv[optind - 1];
+    return optind == argc || (former.starts_with('-') && former.ends_with(letter)) ? former
+                                                                                   : argv[optind];
 }
 
-void require(bool condition, const char *message)
+std::string wrongOption(int argc, char **argv)
+{
+    if (optopt >= longOnly)
+        return takesNoValue(argv[optind - 1], entryOf(optopt));
+    if (optopt != 0)
+        return unknownLetter(static_cast<char>(optopt), elementOfLetter(argc, argv));
+    return unknownName(argv[optind - 1]);
+}
+
+std::string withoutArgument(char **argv)
+{
+    const std::string name =
+        optopt < longOnly ? std::string {'-', static_cast<char>(optopt)} : argv[optind - 1];
+    return name + " needs an argument";
+}
+
+void require(bool condition, const std::string &message)
 {
     if (!condition)
         throw UsageError(message);
@@ -89,7 +110,20 @@ void checkSingleOutput(const Options &options)
             "-o is for one photo; use --output-dir for several");
     std::error_code ignored;
     require(!std::filesystem::is_directory(options.output, ignored),
-            "-o names a folder; use --output-dir");
+            "-o: " + options.output + " is a folder; use --output-dir");
+}
+
+// Else each of the photos would fail for the same reason.
+void checkOutputFolder(const std::string &folder)
+{
+    struct stat status
+    {
+    };
+    const bool isThere = stat(folder.c_str(), &status) == 0;
+    const int error = isThere ? 0 : errno;
+    const bool isBrokenLink = error == ENOENT && lstat(folder.c_str(), &status) == 0;
+    const bool isOther = (isThere && !S_ISDIR(status.st_mode)) || error == ENOTDIR || isBrokenLink;
+    require(!isOther, "--output-dir: " + folder + " is no folder");
 }
 
 void settleFormat(Options &options)
@@ -99,9 +133,9 @@ void settleFormat(Options &options)
         return;
     }
     const auto named = formatOfSuffix(options.output);
-    require(named.has_value(), "-o: the name must end in .jpg, .jpeg or .png");
+    require(named.has_value(), "-o: " + options.output + " must end in .jpg, .jpeg or .png");
     require(!options.format || options.format == named,
-            "--format and the suffix of -o name different formats");
+            "--format and the suffix of -o, " + options.output + ", name different formats");
     options.format = named;
 }
 
@@ -130,6 +164,8 @@ void check(Options &options)
     if (options.photos.size() == 1 && options.photos.front() == "-" && options.output.empty())
         options.output = "-";
     checkSingleOutput(options);
+    if (!options.outputDirectory.empty())
+        checkOutputFolder(options.outputDirectory);
     settleFormat(options);
     checkStandardOutput(options);
 }
@@ -138,14 +174,8 @@ void check(Options &options)
 
 std::optional<OutputFormat> formatOfSuffix(const std::string &fileName)
 {
-    std::string suffix = std::filesystem::path(fileName).extension().native();
-    std::ranges::transform(suffix, suffix.begin(),
-                           [](unsigned char letter) { return std::tolower(letter); });
-    if (suffix == ".jpg" || suffix == ".jpeg")
-        return OutputFormat::Jpeg;
-    if (suffix == ".png")
-        return OutputFormat::Png;
-    return {};
+    const std::string suffix = std::filesystem::path(fileName).extension().native();
+    return suffix.empty() ? std::nullopt : formatOfName(suffix.c_str() + 1);
 }
 
 const char *suffixOf(OutputFormat format)
@@ -162,9 +192,9 @@ Options parseCommandLine(int argc, char **argv)
     for (int code = 0;
          (code = getopt_long(argc, argv, shortNames.c_str(), longNames.data(), nullptr)) != -1;) {
         if (code == '?')
-            throw UsageError("unknown or ambiguous option " + given(argv));
+            throw UsageError(wrongOption(argc, argv));
         if (code == ':')
-            throw UsageError(given(argv) + " needs an argument");
+            throw UsageError(withoutArgument(argv));
         apply(options, entryOf(code));
     }
     options.photos.assign(argv + optind, argv + argc);

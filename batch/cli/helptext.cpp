@@ -1,6 +1,7 @@
 #include "batch/cli/helptext.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "batch/cli/optiontable.h"
 
@@ -8,7 +9,8 @@ namespace batch {
 
 namespace {
 
-constexpr std::size_t helpColumn = 35; // where the explanations begin
+constexpr std::size_t helpColumn = 26; // where the explanations begin
+constexpr std::size_t helpWidth = 80;
 
 struct Example
 {
@@ -22,20 +24,21 @@ constexpr Example examples[] = {
     {"crayvell-batch -o - --black 40 - <in.png >out.jpg", "in a pipe"},
 };
 
+constexpr const char *manualDate = "2026-11-22"; // of its last change
 constexpr const char *purpose = "turn photos into pencil sketches";
 constexpr const char *synopsis = "crayvell-batch [OPTION]... PHOTO|FOLDER|-...";
 constexpr const char *exitCodes = "Exit code: 0 all done, 1 some photos failed, 2 wrong usage, "
-                                  "130/143 interrupted.";
+                                  "130 interrupted.";
 
 std::string longName(const OptionEntry &entry)
 {
     return std::string("--") + entry.longName;
 }
 
-// As in "-o, --output FILE".
+// As in "-o, --output FILE", the long names below each other.
 std::string usageOf(const OptionEntry &entry)
 {
-    std::string text = entry.shortName ? std::string("-") + entry.shortName + ", " : "";
+    std::string text = entry.shortName ? std::string("-") + entry.shortName + ", " : "    ";
     text += longName(entry);
     return entry.argument ? text + " " + entry.argument : text;
 }
@@ -49,6 +52,27 @@ std::string padded(std::string text, std::size_t width)
 std::string helpLine(const std::string &usage, const std::string &brief)
 {
     return padded("  " + usage, helpColumn) + brief + "\n";
+}
+
+// The names of the options that there is no room to explain.
+std::string otherOptions()
+{
+    std::string text;
+    std::string line = "More, in the manual (man crayvell-batch):";
+    const char *separator = " ";
+    for (const OptionEntry &entry : optionTable()) {
+        if (entry.isExplained)
+            continue;
+        const std::string name = separator + longName(entry);
+        separator = ", ";
+        if (line.size() + name.size() >= helpWidth) {
+            text += line + ",\n";
+            line = "  " + longName(entry);
+        } else {
+            line += name;
+        }
+    }
+    return text + line + "\n";
 }
 
 std::string replaced(std::string text, const std::string &from, const std::string &to)
@@ -71,6 +95,23 @@ std::string quoted(const std::string &text)
     return "'" + replaced(text, "'", "'\\''") + "'";
 }
 
+// A line for each sentence, and none longer than a reader of the source likes.
+std::string manualText(const std::string &text)
+{
+    constexpr std::size_t width = 78;
+    std::istringstream words(troff(text));
+    std::string lines, line;
+    for (std::string word; words >> word;) {
+        const bool isFull = line.size() + 1 + word.size() > width;
+        if (!line.empty() && (isFull || line.ends_with('.'))) {
+            lines += line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + word;
+    }
+    return lines + line + "\n";
+}
+
 std::string manualOption(const OptionEntry &entry)
 {
     std::string text = ".TP\n";
@@ -79,7 +120,7 @@ std::string manualOption(const OptionEntry &entry)
     names += "\\fB" + troff(longName(entry)) + "\\fR";
     if (entry.argument)
         names += " \\fI" + troff(entry.argument) + "\\fR";
-    return text + names + "\n" + troff(entry.description) + "\n";
+    return text + names + "\n" + manualText(entry.description);
 }
 
 std::string manualExamples()
@@ -93,20 +134,51 @@ std::string manualExamples()
 
 constexpr const char *manualBody = R"(.SH DESCRIPTION
 Every photo is sketched as the window program does it, and written as a picture
-of one channel. Without \-o and \-\-output\-dir the sketch of beach.jpg is
-beach\-sketch.jpg beside it. With \- as the only photo, standard input is read
-and standard output written.
+of one channel.
+Without \-o and \-\-output\-dir the sketch of beach.jpg is beach\-sketch.jpg
+beside it.
+With \- as the only photo, standard input is read and standard output written.
 .PP
 JPEG, PNG, TIFF, WebP, BMP, GIF, PPM and PGM are read, told by their content.
 Photos are turned upright.
 .PP
-Nothing is lost: no output is replaced unless that is asked for, no photo is ever
-written onto, and when two photos would have one output nothing is written at
-all. Every sketch appears under its name in one step, complete, whenever the
-program is stopped.
+Nothing is lost: no output is replaced unless that is asked for, no photo is
+ever written onto, and when two photos would have one output nothing is written
+at all.
+Every sketch appears under its name in one step, complete, whenever the program
+is stopped.
 )";
 
-constexpr const char *manualEnd = R"(.SH EXIT STATUS
+constexpr const char *manualEnd = R"(.SH JSON
+With \-\-json, each photo is one object on a line of its own, with these fields:
+.TP
+.BR input ", " output
+The names of the photo and of its sketch.
+Bytes that are no UTF\-8 are replaced.
+.TP
+.B status
+done, skipped, failed, or in a dry run planned.
+.TP
+.B reason
+Why it was skipped or has failed; else empty.
+.TP
+.B warning
+What a sketch that was made lacks; mostly empty.
+.TP
+.B milliseconds
+How long the work on the sketch took.
+.TP
+.BR width ", " height
+Of the sketch in pixels; 0 where they did not come to light.
+.SH MEMORY
+A JPEG, a PNG and most TIFFs are decoded, sketched and written in bands of 32
+rows, and never stand in memory as a whole.
+Progressive JPEGs, interlaced PNGs and the other formats take 3 to 16 bytes a
+pixel.
+Photos in work together stay within \-\-max\-memory: the next one waits for its
+turn, and one that needs more by itself is refused.
+The names of the photos take 80 to 150 bytes each.
+.SH EXIT STATUS
 .TP
 0
 All photos are done, or were skipped as asked for.
@@ -116,9 +188,10 @@ Some failed; each is one line on standard error.
 .TP
 2
 Wrong usage, or outputs that collide; nothing was written.
-.TP
-130, 143
-Ended by SIGINT or SIGTERM; nothing is left half done.
+.PP
+Ended by a signal, the program leaves nothing half done, and a shell counts 128
+and the signal's number: 129 for SIGHUP, 130 for SIGINT, 143 for SIGTERM.
+Signals that the caller ignores are ignored.
 .SH ENVIRONMENT
 .TP
 .B NO_COLOR
@@ -126,6 +199,10 @@ With any value, the progress bar has no colours.
 .TP
 .B TERM
 With the value dumb there is no progress bar.
+.SH SEE ALSO
+.BR crayvell (1),
+.BR find (1),
+.BR parallel (1)
 )";
 
 // ---- completions ----
@@ -186,29 +263,24 @@ std::string helpText()
     for (const Example &example : examples)
         text += padded(example.command, 50) + "# " + example.meaning + "\n";
     text += std::string("Usage: ") + synopsis + "\n";
-    std::string usage, brief;
     for (const OptionEntry &entry : optionTable()) {
-        if (!entry.sharesLine && !usage.empty()) {
-            text += helpLine(usage, brief);
-            usage.clear();
-            brief.clear();
-        }
-        usage += (usage.empty() ? "" : ", ") + usageOf(entry);
-        brief += (brief.empty() ? "" : "; ") + std::string(entry.brief);
+        if (entry.isExplained)
+            text += helpLine(usageOf(entry), entry.brief);
     }
-    return text + helpLine(usage, brief) + exitCodes + "\n";
+    return text + otherOptions() + exitCodes + "\n";
 }
 
 std::string manualPage(const std::string &version)
 {
-    std::string text = ".TH CRAYVELL\\-BATCH 1 \"\" \"Crayvell " + version + "\"\n";
+    std::string text =
+        std::string(".TH CRAYVELL\\-BATCH 1 ") + manualDate + " \"Crayvell " + version + "\"\n";
     text += ".SH NAME\n" + troff(programName) + " \\- " + purpose + "\n";
     text += ".SH SYNOPSIS\n.B " + troff(programName) + "\n"
         + troff(std::string(synopsis).substr(sizeof programName)) + "\n";
-    text += manualBody + manualExamples() + ".SH OPTIONS\n";
+    text += std::string(manualBody) + ".SH OPTIONS\n";
     for (const OptionEntry &entry : optionTable())
         text += manualOption(entry);
-    return text + manualEnd;
+    return text + manualEnd + manualExamples();
 }
 
 std::string bashCompletion()
@@ -220,12 +292,19 @@ std::string bashCompletion()
     }
     return "# bash completion for crayvell-batch\n"
            "_crayvell_batch()\n{\n"
-           "    local cur prev words cword\n"
-           "    _init_completion || return\n"
+           "    local cur prev words cword split=false i\n"
+           "    _init_completion -s || return\n"
+           "    for ((i = 1; i < cword; i++)); do\n"
+           "        [[ ${words[i]} == -- ]] || continue\n"
+           "        _filedir\n"
+           "        return\n"
+           "    done\n"
            "    case $prev in\n"
         + cases
         + "    esac\n"
-          "    if [[ $cur == -* ]]; then\n"
+          "    if $split; then\n"
+          "        return\n" // no option that takes a value
+          "    elif [[ $cur == -* ]]; then\n"
           "        COMPREPLY=($(compgen -W "
         + quoted(words)
         + " -- \"$cur\"))\n"
@@ -242,9 +321,12 @@ std::string zshCompletion()
     for (const OptionEntry &entry : optionTable()) {
         const std::string brief = replaced(replaced(entry.brief, "[", "\\["), "]", "\\]");
         const std::string rest = "[" + brief + "]" + zshAction(entry);
-        if (entry.shortName)
-            text += "  " + quoted(std::string("-") + entry.shortName + rest) + " \\\n";
-        text += "  " + quoted(longName(entry) + rest) + " \\\n";
+        // The argument of a letter may stand at it, that of a name behind "=".
+        if (entry.shortName) {
+            const char *const isJoined = entry.argument ? "+" : "";
+            text += "  " + quoted(std::string("-") + entry.shortName + isJoined + rest) + " \\\n";
+        }
+        text += "  " + quoted(longName(entry) + (entry.argument ? "=" : "") + rest) + " \\\n";
     }
     return text + "  '*:photo or folder:_files'\n";
 }

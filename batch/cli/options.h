@@ -10,6 +10,8 @@ namespace batch {
 
 enum class OutputFormat { Jpeg, Png };
 
+constexpr int bestQuality = 100;
+
 // What happens to an output that is there already.
 enum class Existing {
     Fail, // the photo fails
@@ -31,7 +33,7 @@ struct Options
     std::string outputDirectory; // empty: beside the photo
     bool keepFolders = false;
     std::optional<OutputFormat> format; // empty: from the suffix of output, else JPEG
-    int quality = 100; // of a JPEG, 1 to 100
+    std::optional<int> quality; // of a JPEG, 1 to 100; empty: the best
     int blackLevel = 0; // 0 to 255
     int whiteLevel = 255; // 0 to 255
     bool stripMetadata = false;

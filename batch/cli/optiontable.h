@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 
@@ -19,7 +20,7 @@ struct OptionEntry
     const char *argument; // its name in texts; null: the option takes none
     ArgumentKind kind;
     const char *choices; // space-separated, for ArgumentKind::Choice
-    bool sharesLine; // with the entry before it, in --help
+    bool isExplained; // in --help, which has no room for all; else only named there
     const char *brief; // for --help and completions
     const char *description; // for the manual page, whole sentences
 
@@ -29,5 +30,8 @@ struct OptionEntry
 };
 
 std::span<const OptionEntry> optionTable();
+
+// The format that a suffix without its dot names, in letters of either case.
+std::optional<OutputFormat> formatOfName(const char *name);
 
 } // namespace batch

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "batch/cli/standardstreams.h"
@@ -33,6 +34,16 @@ bool wantsColours()
 {
     const char *const without = std::getenv("NO_COLOR");
     return !without || !*without;
+}
+
+// What reads the JSON there may write to the terminal, between two states of the bar.
+bool outputIsPipe()
+{
+    struct stat status
+    {
+    };
+    return fstat(STDOUT_FILENO, &status) == 0
+        && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
 int terminalColumns()
@@ -111,8 +122,10 @@ std::string printable(const std::string &name)
 
 Reporter::Reporter(const Options &options)
     : m_options(options)
-    , m_showsBar(!options.quiet && !options.dryRun && terminalCanRedraw())
+    , m_showsBar(!options.quiet && !options.dryRun && terminalCanRedraw()
+                 && !(options.json && outputIsPipe()))
     , m_colours(wantsColours())
+    , m_outputIsTerminal(isatty(STDOUT_FILENO))
 {
     m_clock.start();
 }
@@ -144,15 +157,34 @@ void Reporter::photo(const std::string &input, const std::string &output, const 
     ++m_counts[static_cast<int>(result.status)];
     if (result.status == Status::Done)
         m_megapixels += double(result.size.width()) * result.size.height() / 1e6;
-    const bool isWanted = result.status == Status::Failed
-        || (!m_options.quiet && (m_options.verbose || m_options.dryRun));
     if (m_options.json)
         writeJson(input, output, result);
-    if (isWanted)
-        writeLine(lineFor(printable(input), printable(output), result));
+    writeText(input, output, result);
     if (result.status == Status::Done && !result.warning.empty() && !m_options.quiet)
         writeLine(printable(input) + ": " + printable(warningFor(result.warning)));
     drawBar();
+}
+
+void Reporter::writeText(const std::string &input, const std::string &output,
+                         const PhotoResult &result)
+{
+    const bool isFailure = result.status == Status::Failed;
+    const bool isPlan = m_options.dryRun && !m_options.json && !isFailure && !m_options.quiet;
+    if (!isFailure && !isPlan && !(m_options.verbose && !m_options.quiet))
+        return;
+    const std::string line = lineFor(printable(input), printable(output), result);
+    if (isPlan)
+        writeOutput(line + '\n');
+    else
+        writeLine(line);
+}
+
+// The line of the terminal, where both are shown there, belongs to it alone.
+void Reporter::writeOutput(const std::string &line)
+{
+    if (m_outputIsTerminal)
+        clearBar();
+    m_lostOutput |= !writeFully(STDOUT_FILENO, line.data(), line.size());
 }
 
 void Reporter::writeJson(const std::string &input, const std::string &output,
@@ -168,28 +200,29 @@ void Reporter::writeJson(const std::string &input, const std::string &output,
         {QStringLiteral("width"), std::max(result.size.width(), 0)},
         {QStringLiteral("height"), std::max(result.size.height(), 0)},
     };
-    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-    m_lostJson |= !writeFully(STDOUT_FILENO, line.constData(), line.size());
+    writeOutput(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString() + '\n');
 }
 
 bool Reporter::end()
 {
     const std::lock_guard guard(m_lock);
     clearBar();
-    if (m_lostJson)
-        writeLine("-: cannot write all of the JSON to standard output");
+    if (m_lostOutput) {
+        const std::string what = m_options.json ? "JSON" : "plan";
+        writeLine("-: cannot write all of the " + what + " to standard output");
+    }
     const bool isWanted = m_options.verbose || (m_showsBar && m_total > 1);
     if (isWanted)
         writeLine(totals());
-    return !m_lostJson;
+    return !m_lostOutput;
 }
 
 std::string Reporter::totals() const
 {
-    const auto count = [&](Status status) {
-        return std::to_string(m_counts[static_cast<int>(status)]) + " " + statusName(status);
+    const auto counted = [&](Status status) {
+        return std::to_string(count(status)) + " " + statusName(status);
     };
-    return count(Status::Done) + ", " + count(Status::Skipped) + ", " + count(Status::Failed);
+    return counted(Status::Done) + ", " + counted(Status::Skipped) + ", " + counted(Status::Failed);
 }
 
 void Reporter::silence()

@@ -11,7 +11,8 @@
 namespace batch {
 
 // Tells the user what happens: failures and, as wished, every photo and a
-// progress bar on standard error, JSON on standard output. Thread-safe.
+// progress bar on standard error, JSON and the plan of a dry run on standard output.
+// Thread-safe.
 class Reporter
 {
 public:
@@ -21,7 +22,7 @@ public:
     void note(const std::string &line); // for --verbose
     // One photo has ended; its names as the user would give them.
     void photo(const std::string &input, const std::string &output, const PhotoResult &result);
-    // False when standard output did not take all of the JSON.
+    // False when standard output did not take all of the JSON or the plan.
     bool end();
     // Takes the bar away and lets nobody write any more; for the end of the
     // process. Does not wait for a reader that has stopped reading.
@@ -29,6 +30,9 @@ public:
 
 private:
     void writeJson(const std::string &input, const std::string &output, const PhotoResult &result);
+    void writeText(const std::string &input, const std::string &output, const PhotoResult &result);
+    void writeOutput(const std::string &line);
+    std::size_t count(Status status) const { return m_counts[static_cast<int>(status)]; }
     std::string totals() const;
     std::string warningFor(const std::string &warning) const;
     void writeLine(const std::string &line);
@@ -41,7 +45,8 @@ private:
     bool m_showsBar = false;
     bool m_colours = false;
     bool m_barIsDrawn = false;
-    bool m_lostJson = false;
+    const bool m_outputIsTerminal;
+    bool m_lostOutput = false;
     std::size_t m_total = 0;
     std::size_t m_counts[4] = {}; // by Status
     std::size_t m_ended = 0;

@@ -9,12 +9,26 @@ class tst_BatchHelp : public QObject
 private slots:
     void wrongUsage_data();
     void wrongUsage();
+    void refusalsHelp_data();
+    void refusalsHelp();
     void helpStartsWithExamplesAndFitsAScreen();
+    void helpHasOneOptionALine();
     void version();
+    void standardOutputThatIsFull_data();
+    void standardOutputThatIsFull();
     void shellsReadTheCompletions_data();
     void shellsReadTheCompletions();
     void manualNamesEveryOption();
+    void manualIsInOrder();
 };
+
+// A page without what makes its letters bold or underlined on a terminal.
+static QByteArray plain(const QByteArray &page)
+{
+    QString text = QString::fromUtf8(page);
+    static const QRegularExpression struckOver(QStringLiteral(".\\x08"));
+    return text.remove(struckOver).toUtf8();
+}
 
 void tst_BatchHelp::wrongUsage_data()
 {
@@ -51,8 +65,7 @@ void tst_BatchHelp::wrongUsage_data()
         << List {"-o", "c.jpg", "a.jpg", "b.jpg"} << QByteArray("for one photo");
     QTest::newRow("output and folder")
         << List {"-o", "c.jpg", "--output-dir", "d", "a.jpg"} << QByteArray("exclude");
-    QTest::newRow("output is a folder")
-        << List {"-o", ".", "a.jpg"} << QByteArray("names a folder");
+    QTest::newRow("output is a folder") << List {"-o", ".", "a.jpg"} << QByteArray("is a folder");
     QTest::newRow("folder without output folder") << List {"."} << QByteArray("needs --output-dir");
     QTest::newRow("null without a list") << List {"--null", "a.jpg"} << QByteArray("--files-from");
     QTest::newRow("folders kept nowhere")
@@ -89,6 +102,89 @@ void tst_BatchHelp::wrongUsage()
     QCOMPARE(batch.files(), QStringList {"a.jpg"});
 }
 
+void tst_BatchHelp::refusalsHelp_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("message"); // its first line
+
+    using List = QStringList;
+    QTest::newRow("letters exchanged")
+        << List {"--overwirte"}
+        << QByteArray("unknown option --overwirte; did you mean --overwrite?");
+    QTest::newRow("letter left out, with a value")
+        << List {"--qualty=90"} << QByteArray("unknown option --qualty; did you mean --quality?");
+    QTest::newRow("part left out")
+        << List {"--outdir", "d"}
+        << QByteArray("unknown option --outdir; did you mean --output-dir?");
+    QTest::newRow("two as near as each other")
+        << List {"--versoe"}
+        << QByteArray("unknown option --versoe; did you mean --verbose or --version?");
+    QTest::newRow("nothing is near")
+        << List {"--frobnicate"} << QByteArray("unknown option --frobnicate");
+    QTest::newRow("beginning of several")
+        << List {"--o"} << QByteArray("--o is ambiguous: --output, --output-dir or --overwrite");
+    QTest::newRow("value that is not taken")
+        << List {"--version=1"} << QByteArray("--version takes no value, as in --version=1");
+    QTest::newRow("the same, abbreviated")
+        << List {"--recur=yes"} << QByteArray("--recursive takes no value, as in --recur=yes");
+    QTest::newRow("photo whose name begins with a dash")
+        << List {"-foo.jpg"}
+        << QByteArray("unknown option -f in -foo.jpg; a photo of such a name comes after --");
+    QTest::newRow("the same behind an option that is one")
+        << List {"-r.jpg"}
+        << QByteArray("unknown option -. in -r.jpg; a photo of such a name comes after --");
+    QTest::newRow("the same behind its last letter")
+        << List {"-rf", "-foo"}
+        << QByteArray("unknown option -f in -rf; a photo of such a name comes after --");
+    QTest::newRow("photo that is there and begins with two dashes")
+        << List {"--b.jpg"}
+        << QByteArray("unknown option --b.jpg; a photo of such a name comes after --");
+    QTest::newRow("long option with one dash")
+        << List {"-verbose-"}
+        << QByteArray("unknown option -e in -verbose-; did you mean --verbose?");
+    QTest::newRow("letter that is no ASCII")
+        << List {"-\u00e9t\u00e9.jpg"}
+        << QByteArray("unknown option -\u00e9t\u00e9.jpg; a photo of such a name comes after --");
+    QTest::newRow("letter alone") << List {"-z"} << QByteArray("unknown option -z");
+    QTest::newRow("number") << List {"--black", "300"}
+                            << QByteArray("--black: needs a whole number from 0 to 255, not '300'");
+    QTest::newRow("format") << List {"--format", "gif"}
+                            << QByteArray("--format: needs jpg or png, not 'gif'");
+    QTest::newRow("size") << List {"--max-memory", "2 GB"}
+                          << QByteArray(
+                                 "--max-memory: needs a size such as 800M or 2G, not '2 GB'");
+    QTest::newRow("suffix") << List {"-o", "b.bmp"}
+                            << QByteArray("-o: b.bmp must end in .jpg, .jpeg or .png");
+    QTest::newRow("output is a folder")
+        << List {"-o", "."} << QByteArray("-o: . is a folder; use --output-dir");
+    QTest::newRow("output folder is a file")
+        << List {"--output-dir", "a.jpg"} << QByteArray("--output-dir: a.jpg is no folder");
+    QTest::newRow("output folder is below a file")
+        << List {"--output-dir", "a.jpg/d/e"} << QByteArray("--output-dir: a.jpg/d/e is no folder");
+    QTest::newRow("output folder is a link that leads nowhere")
+        << List {"--output-dir", "link"} << QByteArray("--output-dir: link is no folder");
+    QTest::newRow("list with CR LF")
+        << List {"--files-from", "list"}
+        << QByteArray("--files-from: list has lines that end with CR LF, and there is no "
+                      "'a.jpg\\015'; dos2unix takes the CR away");
+}
+
+void tst_BatchHelp::refusalsHelp()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, message);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    batch.write("--b.jpg", testphotos::jpeg());
+    batch.write("list", "a.jpg\r\n");
+    QVERIFY(QFile::link("nowhere", batch.path("link")));
+    const QStringList before = batch.files();
+    const auto outcome = batch.run(arguments + QStringList {"a.jpg"});
+    COMPARE_EXIT(outcome, 2);
+    QCOMPARE(outcome.errors, "crayvell-batch: " + message + "\nTry 'crayvell-batch --help'.\n");
+    QCOMPARE(batch.files(), before);
+}
+
 void tst_BatchHelp::helpStartsWithExamplesAndFitsAScreen()
 {
     BatchProcess batch;
@@ -104,12 +200,43 @@ void tst_BatchHelp::helpStartsWithExamplesAndFitsAScreen()
     QCOMPARE(batch.run({"-h"}).output, outcome.output);
 }
 
+// No fragment of another one's explanation is to be taken for an alias.
+void tst_BatchHelp::helpHasOneOptionALine()
+{
+    BatchProcess batch;
+    const QString help = QString::fromUtf8(batch.run({"--help"}).output);
+    const QStringList lines =
+        help.section("Usage:", 1).section("More", 0, 0).split('\n', Qt::SkipEmptyParts).mid(1);
+    static const QRegularExpression form(
+        QStringLiteral("^  (-[a-z], |    )--[a-z-]+( [A-Za-z|]+)?  +[^- ]((?!--).)*$"));
+    QVERIFY(lines.size() > 15);
+    for (const QString &line : lines)
+        QVERIFY2(form.match(line).hasMatch(), qPrintable(line));
+}
+
 void tst_BatchHelp::version()
 {
     BatchProcess batch;
     const auto outcome = batch.run({"--version"});
     COMPARE_EXIT(outcome, 0);
     QVERIFY(outcome.output.startsWith("crayvell-batch "));
+}
+
+void tst_BatchHelp::standardOutputThatIsFull_data()
+{
+    QTest::addColumn<QString>("command");
+
+    QTest::newRow("help") << "\"$batch\" --help >/dev/full";
+    QTest::newRow("version") << "\"$batch\" --version >/dev/full";
+    QTest::newRow("help, closed") << "\"$batch\" --help >&-";
+}
+
+void tst_BatchHelp::standardOutputThatIsFull()
+{
+    QFETCH(QString, command);
+    const auto outcome = BatchProcess().shell(command);
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY(outcome.errors.startsWith("crayvell-batch: "));
 }
 
 void tst_BatchHelp::shellsReadTheCompletions_data()
@@ -173,7 +300,33 @@ void tst_BatchHelp::manualNamesEveryOption()
                  qPrintable(name));
         ++count;
     }
+    QCOMPARE(count, text.count("\n.TP\n\\fB\\-"));
     QVERIFY(count > 20);
+}
+
+void tst_BatchHelp::manualIsInOrder()
+{
+    if (QStandardPaths::findExecutable("mandoc").isEmpty())
+        QSKIP("mandoc reads the manual, and is not installed");
+    const QString manual = QStringLiteral(CRAYVELL_BATCH_TEXTS) + "/crayvell-batch.1";
+    QProcess mandoc;
+    mandoc.start("mandoc", {"-T", "lint", manual});
+    QVERIFY(mandoc.waitForFinished());
+    QCOMPARE(mandoc.readAllStandardOutput(), QByteArray());
+    QCOMPARE(mandoc.exitCode(), 0);
+    mandoc.start("mandoc", {"-T", "utf8", "-O", "width=80", manual});
+    QVERIFY(mandoc.waitForFinished());
+    QStringList sections;
+    const QByteArray page = plain(mandoc.readAllStandardOutput());
+    for (const QByteArray &line : page.split('\n')) {
+        if (!line.isEmpty() && line[0] >= 'A' && line[0] <= 'Z' && line == line.toUpper())
+            sections << QString::fromUtf8(line);
+    }
+    QCOMPARE(sections,
+             QStringList({"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "JSON", "MEMORY",
+                          "EXIT STATUS", "ENVIRONMENT", "SEE ALSO", "EXAMPLES"}));
+    for (const char *text : {"129", "crayvell(1)", "milliseconds", "warning", "--max-memory"})
+        QVERIFY2(page.contains(text), text);
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchHelp)

@@ -26,11 +26,14 @@ private slots:
     void jobsGiveTheSameBytes();
     void quietAndVerbose();
     void dryRunWritesNothing();
+    void planThatNobodyTakes();
     void json();
     void jsonThatNobodyTakes();
     void noBarWithoutTerminal();
     void barOnTerminal_data();
     void barOnTerminal();
+    void barAndJson_data();
+    void barAndJson();
     void fsyncIsAccepted();
     void startsWithoutDisplayAndLocale();
 };
@@ -212,19 +215,36 @@ void tst_BatchOptions::dryRunWritesNothing()
     const QStringList before = batch.files();
     const auto blocked = batch.run({"-n", "--output-dir", "out", "a.jpg", "b.jpg"});
     COMPARE_EXIT(blocked, 1);
+    QCOMPARE(blocked.output, QByteArray("a.jpg -> out/a.jpg\n"));
     QCOMPARE(blocked.errors,
-             QByteArray("a.jpg -> out/a.jpg\n"
-                        "b.jpg: the output out/b.jpg exists already; --overwrite "
+             QByteArray("b.jpg: the output out/b.jpg exists already; --overwrite "
                         "replaces it, --skip-existing leaves it\n"));
     const auto skipping =
         batch.run({"-n", "--skip-existing", "--output-dir", "out", "a.jpg", "b.jpg"});
     COMPARE_EXIT(skipping, 0);
-    QVERIFY(skipping.errors.contains("b.jpg: skipped: "));
+    QCOMPARE(skipping.output,
+             QByteArray("a.jpg -> out/a.jpg\n"
+                        "b.jpg: skipped: the output exists already\n"));
+    QCOMPARE(skipping.errors, QByteArray());
+    const auto quiet = batch.run({"-n", "-q", "--output-dir", "new", "a.jpg"});
+    QCOMPARE(quiet.output, QByteArray());
+    const auto json = batch.run({"-n", "--json", "--output-dir", "new", "a.jpg"});
+    QVERIFY(json.output.startsWith('{') && json.output.count('\n') == 1);
+    QCOMPARE(json.errors, QByteArray());
     const auto colliding = batch.run({"-n", "--output-dir", "new", "a.jpg", "./a.jpg"});
     COMPARE_EXIT(colliding, 2);
     QVERIFY(colliding.errors.contains("a.jpg: has the same output as ./a.jpg: new/a.jpg"));
     QCOMPARE(batch.files(), before);
     QVERIFY(!batch.exists("new"));
+}
+
+void tst_BatchOptions::planThatNobodyTakes()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto outcome = batch.shell("\"$batch\" --dry-run a.jpg >/dev/full");
+    COMPARE_EXIT(outcome, 1);
+    QVERIFY2(outcome.errors.contains("plan"), outcome.errors.constData());
 }
 
 void tst_BatchOptions::json()
@@ -303,6 +323,38 @@ void tst_BatchOptions::barOnTerminal()
     QCOMPARE(outcome.output.contains(" left"), bar);
     QCOMPARE(outcome.output.contains("\x1b[32m"), colours);
     QVERIFY(batch.exists("out/2.jpg"));
+}
+
+void tst_BatchOptions::barAndJson_data()
+{
+    QTest::addColumn<QString>("destination");
+    QTest::addColumn<bool>("bar");
+
+    QTest::newRow("both on the terminal") << QString() << true;
+    QTest::newRow("JSON read by a program that writes to the terminal") << "| cat" << false;
+    QTest::newRow("JSON in a file") << ">json" << true;
+}
+
+// No line of JSON stands on the bar's line.
+void tst_BatchOptions::barAndJson()
+{
+    QFETCH(QString, destination);
+    QFETCH(bool, bar);
+    if (QStandardPaths::findExecutable("script").isEmpty())
+        QSKIP("script (util-linux) makes the terminal, and is not installed");
+    BatchProcess batch;
+    for (int i = 0; i < 3; ++i)
+        batch.write(QStringLiteral("p/%1.jpg").arg(i), testphotos::jpeg(60, 60, i));
+    const QString command = "\"$batch\" --json --output-dir out p " + destination;
+    const auto outcome = batch.shell("TERM=xterm script -qec '" + command + "' /dev/null");
+    QCOMPARE(outcome.output.contains("3/3"), bar);
+    const QByteArray shown = "\n" + outcome.output;
+    int lines = 0;
+    for (qsizetype at = 0; (at = shown.indexOf("{\"height\"", at)) >= 0; ++at, ++lines) {
+        const QByteArray before = shown.left(at);
+        QVERIFY2(before.endsWith('\n') || before.endsWith("\r\x1b[K"), before.constData());
+    }
+    QCOMPARE(lines, destination.startsWith('>') ? 0 : 3);
 }
 
 void tst_BatchOptions::fsyncIsAccepted()

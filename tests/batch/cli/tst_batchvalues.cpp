@@ -8,9 +8,50 @@ class tst_BatchValues : public QObject
     Q_OBJECT
 
 private slots:
+    void valuesAreTaken_data();
+    void valuesAreTaken();
+    void qualityOfPng();
     void suffixesInEveryLocale_data();
     void suffixesInEveryLocale();
 };
+
+void tst_BatchValues::valuesAreTaken_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("output");
+
+    for (const char *format : {"jpg", "JPG", "jpeg", "Jpeg"})
+        QTest::addRow("format %s", format) << QStringList {"--format", format} << "a-sketch.jpg";
+    for (const char *format : {"png", "PNG"})
+        QTest::addRow("format %s", format) << QStringList {"--format", format} << "a-sketch.png";
+    for (const char *size :
+         {"2G", "2g", "2GB", "2gb", "2GiB", "900000K", "900000KB", "1T", "99999999"})
+        QTest::addRow("memory %s", size) << QStringList {"--max-memory", size} << "a-sketch.jpg";
+}
+
+void tst_BatchValues::valuesAreTaken()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, output);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    COMPARE_EXIT(batch.run(arguments + QStringList {"a.jpg"}), 0);
+    QVERIFY(batch.exists(output));
+}
+
+void tst_BatchValues::qualityOfPng()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const QByteArray told = "crayvell-batch: --quality has no effect on PNG\n";
+    const auto byFormat = batch.run({"--quality", "90", "--format", "png", "a.jpg"});
+    COMPARE_EXIT(byFormat, 0);
+    QCOMPARE(byFormat.errors, told);
+    QCOMPARE(batch.run({"--quality", "100", "-o", "b.png", "a.jpg"}).errors, told);
+    QCOMPARE(batch.run({"-q", "--quality", "90", "-o", "c.png", "a.jpg"}).errors, QByteArray());
+    QCOMPARE(batch.run({"--quality", "90", "-o", "d.jpg", "a.jpg"}).errors, QByteArray());
+    QCOMPARE(batch.run({"-o", "e.png", "a.jpg"}).errors, QByteArray());
+}
 
 void tst_BatchValues::suffixesInEveryLocale_data()
 {
