@@ -13,6 +13,7 @@
 #include "batch/batchrun.h"
 #include "batch/cli/commandline.h"
 #include "batch/cli/helptext.h"
+#include "batch/cli/notification.h"
 #include "batch/cli/standardstreams.h"
 #include "batch/interruption.h"
 
@@ -73,7 +74,17 @@ int sketchPhotos(const Options &options)
         reporter->note("no thread can be had: a signal leaves unfinished files behind");
     if (options.quality && options.format == OutputFormat::Png && !options.quiet)
         writeMessage(std::string(programName) + ": --quality has no effect on PNG\n");
-    return static_cast<int>(BatchRun(options, *reporter).run());
+    const bool isToNotify = options.notify && !options.dryRun;
+    try {
+        const ExitCode code = BatchRun(options, *reporter).run();
+        if (isToNotify)
+            notifyOfOutcome(reporter->outcome());
+        return static_cast<int>(code);
+    } catch (const UsageError &error) {
+        if (isToNotify)
+            notifyOfRefusal(printable(error.what()));
+        throw;
+    }
 }
 
 int run(int argc, char *argv[])

@@ -202,6 +202,7 @@ With the value dumb there is no progress bar.
 .SH SEE ALSO
 .BR crayvell (1),
 .BR find (1),
+.BR notify\-send (1),
 .BR parallel (1)
 )";
 

@@ -49,6 +49,7 @@ struct Options
     bool json = false;
     bool quiet = false;
     bool verbose = false;
+    bool notify = false;
 
     bool help = false;
     bool version = false;

@@ -190,6 +190,12 @@ const OptionEntry table[] = {
      "Report nothing but failures.", setFlag<&Options::quiet>},
     {'v', "verbose", nullptr, none, nullptr, true, "tell every photo",
      "Report every photo, and every file that was left out.", setFlag<&Options::verbose>},
+    {0, "notify", nullptr, none, nullptr, false, "tell the outcome by a desktop notification",
+     "Tell at the end, by a notification of the desktop, how many sketches were made and how many "
+     "photos failed or were skipped. It is shown by notify-send, of the package libnotify-bin; "
+     "where there is none, or where the desktop does not answer within a few seconds, nothing is "
+     "shown. The exit code stays the same.",
+     setFlag<&Options::notify>},
     {'h', "help", nullptr, none, nullptr, true, "this text", "Show a short help and exit.",
      setFlag<&Options::help>},
     {0, "version", nullptr, none, nullptr, false, "show the version", "Show the version and exit.",

@@ -173,6 +173,8 @@ void Reporter::writeText(const std::string &input, const std::string &output,
     if (!isFailure && !isPlan && !(m_options.verbose && !m_options.quiet))
         return;
     const std::string line = lineFor(printable(input), printable(output), result);
+    if (isFailure && m_firstFailure.empty())
+        m_firstFailure = line;
     if (isPlan)
         writeOutput(line + '\n');
     else
@@ -223,6 +225,12 @@ std::string Reporter::totals() const
         return std::to_string(count(status)) + " " + statusName(status);
     };
     return counted(Status::Done) + ", " + counted(Status::Skipped) + ", " + counted(Status::Failed);
+}
+
+RunOutcome Reporter::outcome()
+{
+    const std::lock_guard guard(m_lock);
+    return {count(Status::Done), count(Status::Skipped), count(Status::Failed), m_firstFailure};
 }
 
 void Reporter::silence()

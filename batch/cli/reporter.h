@@ -7,6 +7,7 @@
 
 #include "batch/cli/options.h"
 #include "batch/cli/photoresult.h"
+#include "batch/cli/runoutcome.h"
 
 namespace batch {
 
@@ -24,6 +25,7 @@ public:
     void photo(const std::string &input, const std::string &output, const PhotoResult &result);
     // False when standard output did not take all of the JSON or the plan.
     bool end();
+    RunOutcome outcome();
     // Takes the bar away and lets nobody write any more; for the end of the
     // process. Does not wait for a reader that has stopped reading.
     void silence();
@@ -47,6 +49,7 @@ private:
     bool m_barIsDrawn = false;
     const bool m_outputIsTerminal;
     bool m_lostOutput = false;
+    std::string m_firstFailure;
     std::size_t m_total = 0;
     std::size_t m_counts[4] = {}; // by Status
     std::size_t m_ended = 0;
