@@ -28,8 +28,10 @@ std::size_t threadCount(const Options &options)
     return std::max(wanted, 1U);
 }
 
-std::size_t workerCount(const Options &options, std::size_t photos)
+// The photos that are left out are no work worth a thread.
+std::size_t workerCount(const Options &options, const Plan &plan)
 {
+    const std::size_t photos = plan.count(PlannedPhoto::Step::Sketch);
     return std::min(threadCount(options), std::max<std::size_t>(photos, 1));
 }
 
@@ -134,7 +136,7 @@ void BatchRun::work()
 {
     MemoryGate memory(memoryForJobs());
     m_reporter.begin(m_plan.size());
-    const std::size_t wanted = workerCount(m_options, m_plan.size());
+    const std::size_t wanted = workerCount(m_options, m_plan);
     IdleThreads threads(static_cast<int>(threadCount(m_options) - wanted));
     std::atomic<std::size_t> next = 0;
     const auto worker = [&] {

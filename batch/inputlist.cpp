@@ -26,7 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // The plan's share for each photo, while it is made.
-constexpr qint64 planBytes = 24;
+constexpr qint64 planBytes = 32;
 
 photo::ContentKind kindOfFile(const std::string &path)
 {

@@ -35,14 +35,12 @@ public:
 
     void plan()
     {
+        std::ranges::sort(m_files);
         settleOutputs();
         findSharedOutputs();
         // Only now is known which sketches are left alone.
-        std::ranges::sort(m_files);
-        for (std::size_t i = 0; i < m_plan.size(); ++i) {
-            if (m_plan.m_entries[i].outputExists)
-                findInputInTheWay(i);
-        }
+        for (const InTheWay &found : m_inTheWay)
+            settleInTheWay(found.output, found.input);
     }
 
 private:
@@ -56,6 +54,13 @@ private:
         std::uint32_t index;
 
         auto operator<=>(const Output &) const = default;
+    };
+
+    // A photo that is the output of another one, or of itself.
+    struct InTheWay
+    {
+        std::uint32_t output; // the photo that it is the output of
+        std::uint32_t input;
     };
 
     static void settle(Entry &entry, Step step, Reason reason, std::size_t other = 0)
@@ -90,10 +95,11 @@ private:
         };
         if (lstat(output.c_str(), &status) != 0)
             return;
-        entry.outputExists = true;
         entry.outputIsLink = S_ISLNK(status.st_mode);
         const bool isFollowed = !entry.outputIsLink || stat(output.c_str(), &status) == 0;
         const bool isRegular = isFollowed && S_ISREG(status.st_mode);
+        if (isRegular)
+            findInTheWay(status, index);
         switch (m_options.existing) {
         case Existing::Fail: settle(entry, Step::Fail, Reason::OutputExists); return;
         case Existing::Skip: settle(entry, Step::Skip, Reason::OutputThere); return;
@@ -161,26 +167,25 @@ private:
             settle(m_plan.m_entries[first], Step::Conflict, Reason::SameOutput, index);
     }
 
-    void findInputInTheWay(std::size_t index)
+    void findInTheWay(const struct stat &status, std::size_t index)
     {
-        struct stat status
-        {
-        };
-        if (stat(m_plan.outputOf(index).c_str(), &status) != 0)
-            return;
         const auto found =
             std::ranges::lower_bound(m_files, InputFile {status.st_dev, status.st_ino, 0});
-        if (found == m_files.end() || found->device != status.st_dev
-            || found->inode != status.st_ino)
-            return;
-        Entry &entry = m_plan.m_entries[index];
-        Entry &other = m_plan.m_entries[found->index];
-        if (found->index == index)
+        if (found != m_files.end() && found->device == status.st_dev
+            && found->inode == status.st_ino)
+            m_inTheWay.push_back({static_cast<std::uint32_t>(index), found->index});
+    }
+
+    void settleInTheWay(std::size_t output, std::size_t input)
+    {
+        Entry &entry = m_plan.m_entries[output];
+        Entry &other = m_plan.m_entries[input];
+        if (input == output)
             settle(entry, Step::Conflict, Reason::OutputIsItself);
         else if (entry.step == Step::Skip && other.step != Step::Conflict)
-            settle(other, Step::Skip, Reason::SketchOfOther, index);
+            settle(other, Step::Skip, Reason::SketchOfOther, output);
         else if (entry.step != Step::Conflict)
-            settle(entry, Step::Conflict, Reason::OutputIsOther, found->index);
+            settle(entry, Step::Conflict, Reason::OutputIsOther, input);
     }
 
     Plan &m_plan;
@@ -188,6 +193,7 @@ private:
     std::deque<InputFile> &m_files;
     OutputKeys m_keys;
     std::vector<Output> m_outputs;
+    std::deque<InTheWay> m_inTheWay;
 };
 
 Plan::Plan(InputList inputs, const Options &options)
@@ -206,7 +212,12 @@ std::string Plan::outputOf(std::size_t index) const
 
 bool Plan::hasConflicts() const
 {
-    return std::ranges::find(m_entries, Step::Conflict, &Entry::step) != m_entries.end();
+    return count(Step::Conflict) > 0;
+}
+
+std::size_t Plan::count(Step step) const
+{
+    return static_cast<std::size_t>(std::ranges::count(m_entries, step, &Entry::step));
 }
 
 qint64 Plan::memory() const

@@ -39,6 +39,7 @@ public:
     PlannedPhoto::Step step(std::size_t index) const { return m_entries[index].step; }
     PlannedPhoto photo(std::size_t index) const;
     bool hasConflicts() const;
+    std::size_t count(PlannedPhoto::Step step) const;
     qint64 memory() const; // in bytes
 
 private:
@@ -61,7 +62,6 @@ private:
     {
         PlannedPhoto::Step step = PlannedPhoto::Step::Sketch;
         Reason reason = Reason::None;
-        bool outputExists = false;
         bool outputIsLink = false;
         std::uint32_t other = 0; // the other photo, or without a reason one more than
                                  // the index of the file replaced
