@@ -5,26 +5,16 @@
 # usage: tst_readme.sh SOURCE_FOLDER
 set -euo pipefail
 source_folder=$1
+source "$source_folder/tests/scripts/packtree.sh"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 clone="$scratch/un été/crayvell"
 
-pack() {
-    tar --directory "$source_folder" --create "$@"
-}
-
-# What git would give to others, with what is not committed yet. A tree without git
-# leaves out what .gitignore names.
+# A clone with what is not committed yet, or a copy of a tree without git.
 make_clone() {
     mkdir -p "$clone"
-    if [[ -e $source_folder/.git ]] && git clone --quiet "$source_folder" "$clone"; then
-        git -C "$source_folder" ls-files -z --cached --others --exclude-standard |
-            pack --null --verbatim-files-from --files-from - --ignore-failed-read
-    else
-        pack --exclude ./build --exclude ./.git --exclude ./.cache --exclude '*.user' \
-            --exclude ./CMakeUserPresets.json --exclude compile_commands.json \
-            --exclude './examples/beach/beach-sketch.*' .
-    fi | tar --directory "$clone" --extract
+    [[ ! -e $source_folder/.git ]] || git clone --quiet "$source_folder" "$clone" || true
+    pack_tree "$source_folder" | tar --directory "$clone" --extract
 }
 
 make_clone
