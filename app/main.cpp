@@ -8,6 +8,8 @@ int main(int argc, char *argv[])
     // Both names together select where the settings are kept.
     QApplication::setApplicationName(QStringLiteral("Crayvell 1.0"));
     QApplication::setOrganizationName(QStringLiteral("Dellumbra software"));
+    // Wayland's desktops find the window's entry and icon by it.
+    QApplication::setDesktopFileName(QStringLiteral("example.dellumbra.crayvell"));
 
     MainWindow window;
     QObject::connect(&window, &MainWindow::mwquit, &application, &QApplication::quit);
