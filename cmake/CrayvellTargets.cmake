@@ -4,7 +4,7 @@
 # Language level, warnings, sanitizers and the include root for one target.
 function(crayvell_configure_target target)
     target_compile_features(${target} PUBLIC cxx_std_20)
-    target_include_directories(${target} PUBLIC "${Crayvell_SOURCE_DIR}")
+    target_include_directories(${target} PUBLIC "$<BUILD_INTERFACE:${Crayvell_SOURCE_DIR}>")
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
     # -Wno-restrict: gcc 12 warns falsely about "text" + std::string (its bug 105651).
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
@@ -17,11 +17,15 @@ function(crayvell_configure_target target)
     endif()
 endfunction()
 
-# crayvell_library(name SOURCES files... LINK libraries...)
+# crayvell_library(name SOURCES files... LINK libraries...). A host that takes the tree in
+# calls crayvell_canvas Crayvell::canvas as one that finds it installed does.
 function(crayvell_library name)
     cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;LINK")
     add_library(${name} STATIC ${ARG_SOURCES})
-    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    string(REPLACE "crayvell_" "" public_name ${name})
+    add_library(Crayvell::${public_name} ALIAS ${name})
+    set_target_properties(${name} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON EXPORT_NAME ${public_name})
     target_link_libraries(${name} PUBLIC ${ARG_LINK})
     crayvell_configure_target(${name})
     _crayvell_note_sources(${ARG_SOURCES})
