@@ -13,6 +13,7 @@ HelpDialog::HelpDialog(QWidget *parent)
 {
     ui->setupUi(this);
     fillInHomepage();
+    nameTheText();
 }
 
 HelpDialog::~HelpDialog()
@@ -31,6 +32,7 @@ void HelpDialog::changeEvent(QEvent *event)
     if (event->type() == QEvent::LanguageChange) {
         ui->retranslateUi(this);
         fillInHomepage();
+        nameTheText();
     }
 }
 
@@ -46,4 +48,13 @@ void HelpDialog::fillInHomepage()
             format.setAnchorHref(homepage());
         found.insertText(homepage(), format);
     }
+}
+
+// A screen reader speaks the name of what has the focus, and of a text that nobody can
+// edit nothing else. The picture in it has no name.
+void HelpDialog::nameTheText()
+{
+    QString words = ui->textBrowser->toPlainText();
+    words.remove(QChar::ObjectReplacementCharacter);
+    ui->textBrowser->setAccessibleName(words);
 }

@@ -21,6 +21,7 @@ private slots:
 
 private:
     void fillInHomepage();
+    void nameTheText();
 
     Ui_HelpDialog *ui;
 };

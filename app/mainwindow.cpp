@@ -9,9 +9,11 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPainter>
+#include <QShortcut>
 #include <QToolButton>
 #include <QUrl>
 
+#include "app/accessibility.h"
 #include "app/helpdialog.h"
 #include "app/homepage.h"
 #include "photo/largepages.h"
@@ -36,6 +38,16 @@ void makeButtonsFocusable(QToolBar *toolBar)
 {
     for (QToolButton *button : toolBar->findChildren<QToolButton *>())
         button->setFocusPolicy(Qt::TabFocus);
+}
+
+// The toolkit leaves it to the style whether a key alone opens menus.
+void openMenusByKey(MainWindow &window, QMenuBar &bar, QMenu &menu, QAction &entry)
+{
+    const auto *key = new QShortcut(Qt::Key_F10, &window);
+    QObject::connect(key, &QShortcut::activated, &window, [&bar, &menu, &entry] {
+        bar.setActiveAction(menu.menuAction());
+        menu.setActiveAction(&entry);
+    });
 }
 
 // Never released on purpose, neither by the next open nor with the window. In
@@ -65,6 +77,12 @@ QImage takePixels(QGraphicsPixmapItem &item)
     return pixels;
 }
 
+// The name may itself contain a %2.
+QString inWords(const QString &pattern, const QString &name, QSize size)
+{
+    return pattern.arg(name, QString::number(size.width()), QString::number(size.height()));
+}
+
 // Source over destination: what is marked twice becomes more opaque.
 void paintRegion(QImage &image, const QRegion &region)
 {
@@ -81,12 +99,16 @@ MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
     , ui(new Ui_MainWindow)
 {
+    accessibility::install();
     ui->setupUi(this);
+    announcement = new accessibility::Announcement(ui->statusBar);
+    describePicture(tr("No photo is open"));
     ui->progressBar->setVisible(false);
     setAcceptDrops(true);
     // With a scene the canvas would accept a dragged file and then drop it.
     ui->graphicsView->setAcceptDrops(false);
     makeButtonsFocusable(ui->mainToolBar);
+    openMenusByKey(*this, *ui->menuBar, *ui->menuFile, *ui->actionOpen);
     // The window's own context menu could hide the tool bar, and Process is
     // nowhere else.
     setContextMenuPolicy(Qt::NoContextMenu);
@@ -119,7 +141,7 @@ void MainWindow::on_actionOpen_triggered()
         this, tr("Open Image"), directory,
         tr("Image Files (*.png *.jpg *.bmp *.jpeg *.tiff *.tif *.gif);;All files (*.*)"));
     if (fileName.isEmpty()) {
-        ui->statusBar->showMessage(tr("No file selected"), 0);
+        tell(tr("No file selected"));
         return;
     }
     open(fileName);
@@ -131,17 +153,19 @@ void MainWindow::open(QString filename)
     settings.setValue(QStringLiteral("CurrDir"), photo::canonicalDirectory(filename));
     const photo::Photo photo = photo::readPhoto(filename);
     if (photo.image.isNull()) {
-        ui->statusBar->showMessage(tr("Failed to read image"), 0);
+        tell(tr("Failed to read image"));
         return;
     }
     sourceImage = photo.image;
-    setWindowTitle(QStringLiteral("Crayvell - ") + QFileInfo(filename).fileName());
+    photoName = QFileInfo(filename).fileName();
+    setWindowTitle(QStringLiteral("Crayvell - ") + photoName);
     showPhoto(photo.isOpaque ? opaquePixmap(sourceImage) : QPixmap::fromImage(sourceImage));
 
     lastLevel2 = -100;
     lastLevel1 = -100;
     sketchImage = sourceImage;
     sketchPictures.release();
+    describePicture(inWords(tr("Photo %1, %2 by %3 pixels"), photoName, sourceImage.size()));
     edgeBuffer = newEdgeBuffer(sourceImage.size());
     ui->progressBar->setVisible(true);
     inverterodesketch(&sourceImage, edgeBuffer, ui->progressBar);
@@ -261,12 +285,28 @@ void MainWindow::displaysketch()
         sketchItem = nullptr;
     }
     addPicture(picture);
+    if (!sketchImage.isNull())
+        describePicture(
+            inWords(tr("Sketch of %1, %2 by %3 pixels"), photoName, sketchImage.size()));
+}
+
+// For screen readers, which may speak each change.
+void MainWindow::describePicture(const QString &description)
+{
+    if (ui->graphicsView->accessibleDescription() != description)
+        ui->graphicsView->setAccessibleDescription(description);
+}
+
+void MainWindow::tell(const QString &message)
+{
+    ui->statusBar->showMessage(message, 0);
+    announcement->announce(message);
 }
 
 void MainWindow::on_actionSave_triggered()
 {
     if (sketchImage.isNull()) {
-        ui->statusBar->showMessage(QStringLiteral("Nothing to save."), 0);
+        tell(QStringLiteral("Nothing to save."));
         return;
     }
     const QString openDirectory = settings.value(QStringLiteral("CurrDir"), QString()).toString();
@@ -275,7 +315,7 @@ void MainWindow::on_actionSave_triggered()
     const QString target = QFileDialog::getSaveFileName(this, tr("Save Image"), directory,
                                                         tr("JPG Files (*.jpg);;PNG Files (*.png)"));
     if (target.isEmpty()) {
-        ui->statusBar->showMessage(tr("No file selected"), 0);
+        tell(tr("No file selected"));
         return;
     }
     photo::writeSketch(sketchImage, target); // a failed save is silent

@@ -14,6 +14,9 @@
 class QGraphicsPixmapItem;
 class QProgressBar;
 class Ui_MainWindow;
+namespace accessibility {
+class Announcement;
+}
 
 // The program's one window: a photo, its sketch, and the two levels between
 // them. It joins the canvas (canvas/) to the sketch arithmetic (sketch/).
@@ -55,6 +58,8 @@ private:
     void clearScene();
     void takeOut(QGraphicsPixmapItem *&item);
     void addPicture(const QPixmap &picture);
+    void describePicture(const QString &description);
+    void tell(const QString &message);
     void displaysketch();
     void updatePenLevels(QImage &image, int low, int high);
     void blur(QImage *source, QImage *destination, int size, double sigma);
@@ -83,6 +88,8 @@ private:
     unsigned char *edgeBuffer = nullptr;
     SketchPictures sketchPictures;
     QPixmap paper; // of the last photo's size, white
+    QString photoName; // the photo's file, without its folder
+    accessibility::Announcement *announcement;
 
     friend struct MainWindowProbe; // lets the tests look at the members
 };
