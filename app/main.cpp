@@ -1,5 +1,6 @@
 #include <QApplication>
 
+#include "app/languages.h"
 #include "app/mainwindow.h"
 
 int main(int argc, char *argv[])
@@ -10,6 +11,9 @@ int main(int argc, char *argv[])
     QApplication::setOrganizationName(QStringLiteral("Dellumbra software"));
     // Wayland's desktops find the window's entry and icon by it.
     QApplication::setDesktopFileName(QStringLiteral("example.dellumbra.crayvell"));
+
+    // Here and not in the window: who embeds that has languages of their own.
+    languages::install(application, languages::systemTranslation());
 
     MainWindow window;
     QObject::connect(&window, &MainWindow::mwquit, &application, &QApplication::quit);

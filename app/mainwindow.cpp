@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QShortcut>
 #include <QToolButton>
 #include <QUrl>
@@ -48,6 +49,22 @@ void openMenusByKey(MainWindow &window, QMenuBar &bar, QMenu &menu, QAction &ent
         bar.setActiveAction(menu.menuAction());
         menu.setActiveAction(&entry);
     });
+}
+
+// Beside a text in an eastern script its key stands in brackets: "(&O)". The toolkit
+// takes the ampersand out of a tool tip and leaves the rest.
+void dropKeysFromToolTips(const QToolBar *toolBar)
+{
+    static const QRegularExpression key(QStringLiteral("\\s*\\(&[A-Z]\\)"));
+    for (QAction *action : toolBar->actions()) {
+        QString text = action->text();
+        if (!text.contains(key))
+            continue;
+        text.remove(key);
+        action->setIconText(text);
+        if (action->toolTip() == QString(action->text()).remove(QLatin1Char('&')))
+            action->setToolTip(text);
+    }
 }
 
 // Never released on purpose, neither by the next open nor with the window. In
@@ -108,6 +125,7 @@ MainWindow::MainWindow(QWidget *parent)
     // With a scene the canvas would accept a dragged file and then drop it.
     ui->graphicsView->setAcceptDrops(false);
     makeButtonsFocusable(ui->mainToolBar);
+    dropKeysFromToolTips(ui->mainToolBar);
     openMenusByKey(*this, *ui->menuBar, *ui->menuFile, *ui->actionOpen);
     // The window's own context menu could hide the tool bar, and Process is
     // nowhere else.

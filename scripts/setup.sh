@@ -3,12 +3,13 @@
 
 # What building and showing the programs takes.
 run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
-    qt6-wayland libhwy-dev libexiv2-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
+    qt6-wayland qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools qt6-translations-l10n
+    libhwy-dev libexiv2-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
     libisal-dev zlib1g-dev fonts-dejavu-core x11-utils)
 # What the tests and benchmarks take beyond that.
 test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux bsdutils
     parallel gdk-pixbuf-tests zsh fish man-db bash-completion mandoc locales strace
-    reuse desktop-file-utils appstream weston)
+    reuse desktop-file-utils appstream weston fonts-droid-fallback)
 
 say() {
     printf '%s\n' "$*" >&2
