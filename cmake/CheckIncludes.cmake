@@ -20,6 +20,7 @@ set(CRAYVELL_INCLUDE_RULES
     "app:sketch,canvas,photo"
     "batch/cli:"
     "batch:batch/cli,photo,photo/decode,photo/encode,sketch"
+    "plugins:sketch/kernel"
     "examples:examples,canvas")
 
 # The folder of the rules that a path belongs to; empty for none.
