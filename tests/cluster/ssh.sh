@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# Tries the recipes of README.md and docs/batch.md for ssh and GNU parallel, as they are
+# printed there, on two hosts: daemons of its own, each in a mount namespace, which see the
+# album's folder or, for the recipes without a shared file system, an empty one in its
+# place. Kills programs, daemons and parallel itself. Takes root and a few minutes; not
+# part of ./test.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+source "$root/tests/cluster/hosts.sh"
+
+usage="usage: tests/cluster/ssh.sh"
+if (($#)); then
+    say "$usage"
+    exit 2
+fi
+if [[ -z ${CLUSTER_SCRATCH:-} ]]; then
+    enter_own_system openssh-server openssh-client parallel --
+    exit
+fi
+
+# interrupted WHAT VIEW SCRIPT: the recipe, while a program, then a host, then the recipe's
+# own process are killed.
+interrupted() {
+    local what=$1 view=$2 script=$3
+    setsid bash "$script" &
+    local recipe=$!
+    within 60 has_sketches 4 && within 20 kill_one_program || fail "$what: no program to kill"
+    within 60 has_sketches 10 || fail "$what: does not go on after a kill"
+    kill_host beta "$(mount_namespace beta)"
+    start_host beta "$view"
+    within 60 has_sketches 16 || fail "$what: does not go on after a host"
+    kill -KILL -- "-$recipe"
+    wait "$recipe" 2>/dev/null || true
+    kill_programs
+    check_interrupted "$what"
+}
+
+# try WHAT VIEW SCRIPT [LAST_SCRIPT]: interrupted, and given again.
+try() {
+    interrupted "$1" "$2" "$3"
+    bash "${4:-$3}" || fail "$1: given again"
+    check_complete "$1"
+    rm -f sketch.log
+}
+
+shared_recipes() {
+    local page script again
+    for page in README.md docs/batch.md; do
+        script=$(recipe "$page" '--sshlogin 4/alpha,8/beta --workdir')
+        try "$page, parallel" shared "$script"
+        again=$script-again
+        sed 's/--joblog sketch.log/& --resume-failed/' "$script" >"$again"
+        try "$page, parallel --resume-failed" shared "$script" "$again"
+    done
+}
+
+archive_recipe() {
+    local script
+    script=$(recipe docs/batch.md '--link bash sketch-archive')
+    # Its neighbour on the page is for Slurm.
+    sed -i '/srun/d' "$script"
+    echo "$script"
+}
+
+unshared_recipes() {
+    printed docs/batch.md '# usage: sketch-over-ssh' >sketch-over-ssh
+    printf '%s\n' alpha alpha beta beta >hosts
+    try "docs/batch.md, sketch-over-ssh" alone "$(recipe docs/batch.md 'bash sketch-over-ssh {}')"
+    printed docs/batch.md '# usage: sketch-archive' >sketch-archive
+    try "docs/batch.md, sketch-archive" alone "$(archive_recipe)"
+}
+
+prepare_own_system
+make_album
+single_run
+write_configuration
+say "$(ssh -V 2>&1), $(parallel --version | head -n 1)"
+start_hosts shared
+shared_recipes
+stop_hosts
+start_hosts alone
+unshared_recipes
+say "passed"
