@@ -8,8 +8,8 @@ source "$root/scripts/setup.sh"
 usage="usage: bench/batch/scaling.sh photos|formats|calls|plan|where|disk PHOTO"
 if (($# != 2)); then
     say "$usage" \
-        "Prints a table of docs/scaling.md; PHOTO is a camera's JPEG file, of 24 megapixels there." \
-        "Works below TMPDIR (/var/tmp unless set) and keeps its photos in build/scaling."
+        "Prints a table of docs/scaling.md; PHOTO is a camera's JPEG file, of 24 megapixels" \
+        "there. Works below TMPDIR (/var/tmp unless set), keeps its photos in build/scaling."
     exit 2
 fi
 part=$1 photo=$(readlink -f "$2")
@@ -66,19 +66,17 @@ bytes_in() {
 
 photos_by_size() {
     local line size geometry copies cpu wall memory
-    printf '| %s ' megapixels "MB in" "MB out" "CPU s a photo" "photos/s" "megapixels/s" "MB/s in" "MB/s out"
-    printf '|\n'
+    echo '| megapixels | MB in | MB out | s of processor | photos/s | megapixels/s |' \
+        'MB/s in | MB/s out | s on the clock |'
     for line in "${sizes[@]}"; do
         read -r size geometry copies <<<"$line"
         make_photo "$size" "$geometry"
         album "$size" "$copies" "album$size"
         read -r cpu wall memory < <(timed "$program" -q -j 1 --output-dir sketches "album$size")
-        awk -v size="$size" -v n="$copies" -v cpu="$cpu" -v wall="$wall" -v in_="$(bytes_in "album$size")" \
-            -v out="$(bytes_in sketches)" 'BEGIN {
-                printf "| %s | %.2f | %.2f | %.4f | %.1f | %.0f | %.1f | %.1f | wall %.4f\n", size,
-                    in_ / n / 1e6, out / n / 1e6, cpu / n, n / cpu, size * n / cpu, in_ / cpu / 1e6,
-                    out / cpu / 1e6, wall / n }'
-    done
+        printf '%s\n' "$size $copies $cpu $wall $(bytes_in "album$size") $(bytes_in sketches)"
+    done | awk '{ printf "| %s | %.2f | %.2f | %.4f | %.1f | %.0f | %.1f | %.1f | %.4f |\n",
+        $1, $5 / $2 / 1e6, $6 / $2 / 1e6, $3 / $2, $2 / $3, $1 * $2 / $3, $5 / $3 / 1e6,
+        $6 / $3 / 1e6, $4 / $2 }'
 }
 
 # The same photo of 24 megapixels by the sketch's format, its quality, and the jobs.
@@ -86,21 +84,25 @@ sketches_by_format() {
     local options cpu wall memory
     make_photo 24 6000x4000
     album 24 8 album24
+    echo '| options | MB out | s of processor | s on the clock | peak MB |'
     for options in '-j 1' '-j 1 --quality 95' '-j 1 --quality 85' '-j 1 --format png' '-j 2'; do
         # shellcheck disable=SC2086 # options are words
-        read -r cpu wall memory < <(timed "$program" -q $options --output-dir sketches album24)
-        awk -v options="$options" -v cpu="$cpu" -v wall="$wall" -v memory="$memory" \
-            -v out="$(bytes_in sketches)" 'BEGIN {
-                printf "| `%s` | %.2f | %.3f | %.3f | %.0f |\n", options, out / 8e6, cpu / 8, wall / 8, memory }'
-    done
+        read -r cpu wall memory < <(
+            timed "$program" -q $options --output-dir sketches album24)
+        printf '%s\n' "$options;$(bytes_in sketches);$cpu;$wall;$memory"
+    done | awk -F ';' '{ printf "| `%s` | %.2f | %.3f | %.3f | %.0f |\n",
+        $1, $2 / 8e6, $3 / 8, $4 / 8, $5 }'
 }
 
-# The calls of N photos, by name.
+# What N photos take: each call's name, how often it was made, and, of those that move
+# bytes, how many.
 calls_of() {
     album 2 "$1" "calls$1"
     rm -rf sketches
-    strace -f -qq -c -U calls,name -o "counts$1" "$program" -q -j 1 --output-dir sketches "calls$1"
-    awk '$1 ~ /^[0-9]+$/ && $2 != "total" { print $2, $1 }' "counts$1" | sort
+    strace -f -qq -o calls "$program" -q -j 1 --output-dir sketches "calls$1"
+    sed -nE 's/^[0-9]+ +([a-z0-9_]+)\(.* = ([0-9]+)$/\1 \2/p; s/^[0-9]+ +([a-z0-9_]+)\(.* = -.*/\1 0/p' \
+        calls | awk '{ ++calls[$1]; bytes[$1] += $2 }
+            END { for (name in calls) print name, calls[name], bytes[name] }' | sort
 }
 
 # What forty photos more take, a photo.
@@ -108,9 +110,12 @@ calls_a_photo() {
     make_photo 2 1600x1200
     calls_of 20 >few
     calls_of 60 >many
-    join -a 2 -e 0 -o 0,1.2,2.2 few many |
-        awk '{ each = ($3 - $2) / 40; if (each >= 0.05) printf "| `%s` | %.1f |\n", $1, each }' |
-        sort -t '|' -k 3,3 -rn
+    echo "A photo of $(bytes_in calls20 | awk '{ print $1 / 20 }') bytes," \
+        "a sketch of $(bytes_in sketches | awk '{ print $1 / 60 }')"
+    echo '| call | times a photo | bytes |'
+    join -a 2 -e 0 -o 0,1.2,2.2,1.3,2.3 few many | awk '($3 - $2) / 40 >= 0.05 {
+        printf "| `%s` | %.1f | %s |\n", $1, ($3 - $2) / 40,
+            $1 ~ /read|write/ ? ($5 - $4) / 40 : "" }' | sort -t '|' -k 3,3 -rn
 }
 
 # make_names FOLDER COUNT: in folders of a thousand, links to a hundred small files.
@@ -127,26 +132,32 @@ make_names() {
         }' "$@"
 }
 
+# plan_times FOLDER: of the best of three plans with sketches in that folder.
+plan_times() {
+    local i
+    for i in 1 2 3; do
+        command time -f '%U %S %e %M' -o times "$program" -n -q --skip-existing \
+            --files-from list --null --keep-folders --output-dir "$1"
+        awk '{ print $1 + $2, $3, $4 / 1024 }' times
+    done | sort -n | head -n 1
+}
+
 planning() {
-    local count options cpu wall memory what
+    local count cpu wall memory folder
     make_photo 0.3 640x480
-    printf '| names | outputs | seconds | of processor | peak MB |\n'
+    mkdir -p there
+    ln -sfn ../sketched there/album
+    echo '| names | sketches | s | s of processor | peak MB |'
     for count in 1000 100000 1000000; do
         make_names album "$count" "$photos/0.3.jpg"
+        make_names sketched "$count" "$photos/0.3.jpg"
         find album -type f -print0 | LC_ALL=C sort -z >list
-        for what in missing there; do
-            [[ $what == missing ]] || make_names sketched "$count" "$photos/0.3.jpg"
-            for i in 1 2 3; do
-                command time -f '%U %S %e %M' -o times "$program" -n -q --skip-existing --files-from list \
-                    --null --keep-folders --output-dir "$([[ $what == missing ]] && echo none || echo there)" 
-                awk '{ print $1 + $2, $3, $4 / 1024 }' times
-            done | sort -n | head -n 1 | {
-                read -r cpu wall memory
-                printf '| %s | %s | %.3f | %.3f | %.0f |\n' "$count" "$what" "$wall" "$cpu" "$memory"
-            }
-            [[ $what == missing ]] && { mkdir there && ln -s ../sketched there/album; }
+        for folder in none there; do
+            read -r cpu wall memory < <(plan_times "$folder")
+            LC_ALL=C printf '| %s | %s | %.3f | %.3f | %.0f |\n' "$count" "$folder" "$wall" \
+                "$cpu" "$memory"
         done
-        rm -rf album sketched there list
+        rm -rf album sketched list
     done
 }
 
@@ -154,10 +165,14 @@ planning() {
 where_time_goes() {
     make_photo 24 6000x4000
     album 24 8 album24
-    perf record -q -e cpu-clock -F 499 -o perf.data "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
-    perf report -q -i perf.data --sort dso --stdio 2>/dev/null | grep -v '^$' | head -n 8
-    echo
-    perf report -q -i perf.data --sort dso,symbol --stdio 2>/dev/null | grep -v '^$' | head -n 25
+    perf record -q -e cpu-clock -F 499 -o perf.data \
+        "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
+    local by
+    for by in dso dso,symbol; do
+        perf report -q -i perf.data --sort "$by" --stdio 2>/dev/null | grep -v '^$' |
+            sed -n '1,25p'
+        echo
+    done
 }
 
 # The scratch folder's disk: a gigabyte written and read past the page cache.

@@ -106,7 +106,7 @@ running_programs() {
 kill_one_program() {
     local pids
     mapfile -t pids < <(running_programs)
-    ((${#pids[@]})) && kill -KILL "${pids[0]}"
+    ((${#pids[@]})) && kill -KILL "${pids[0]}" 2>/dev/null
 }
 
 no_programs() {

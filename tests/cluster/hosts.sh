@@ -43,7 +43,8 @@ END
 start_host() {
     local view=true
     [[ $2 == shared ]] || view="mount -t tmpfs tmpfs $scratch/work"
-    start "$1" unshare --mount sh -c "$view && exec /usr/sbin/sshd -D -e -f $scratch/state/sshd_config.$1"
+    start "$1" unshare --mount sh -c \
+        "$view && exec /usr/sbin/sshd -D -e -f $scratch/state/sshd_config.$1"
     within 20 ssh "$1" true || fail "$1 does not answer"
 }
 

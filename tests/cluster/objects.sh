@@ -15,8 +15,9 @@ fi
 server=$root/build/cluster/s3rver
 if [[ -z ${CLUSTER_SCRATCH:-} ]]; then
     command -v npm >/dev/null || install_packages nodejs npm
-    [[ -d $server ]] || npm install --silent --no-audit --no-fund --prefix "$server" s3rver@3.7.1
-    enter_own_system openssh-server openssh-client parallel rclone s3cmd awscli jq --
+    [[ -d $server/node_modules ]] ||
+        npm install --silent --no-audit --no-fund --prefix "$server" s3rver@3.7.1
+    enter_own_system openssh-server openssh-client parallel rclone awscli jq --
     exit
 fi
 
@@ -34,14 +35,6 @@ access_key_id = $key
 secret_access_key = $key
 force_path_style = true
 END
-    cat >"$HOME/.s3cfg" <<END
-[default]
-access_key = $key
-secret_key = $key
-host_base = 127.0.0.1:$port
-host_bucket = 127.0.0.1:$port
-use_https = False
-END
     printf '[default]\naws_access_key_id = %s\naws_secret_access_key = %s\n' "$key" "$key" \
         >"$HOME/.aws/credentials"
     printf '[default]\nregion = us-east-1\n' >"$HOME/.aws/config"
@@ -52,8 +45,9 @@ END
 }
 
 start_server() {
-    start s3rver node "$server/node_modules/.bin/s3rver" --address 127.0.0.1 --port "$port" \
-        --directory "$scratch/state/buckets" --configure-bucket album --configure-bucket sketches
+    start s3rver node "$server/node_modules/.bin/s3rver" --address 127.0.0.1 \
+        --port "$port" --directory "$scratch/state/buckets" \
+        --configure-bucket album --configure-bucket sketches
     within 30 rclone lsf store: || fail "the server does not answer"
 }
 
@@ -62,7 +56,8 @@ single_run() {
     local photo
     while IFS= read -r -d '' photo; do
         mkdir -p "$scratch/single/$(dirname -- "./$photo")"
-        "$program" -q -o "$scratch/single/$photo.jpg" "album/$photo" || fail "the single run"
+        "$program" -q -o "$scratch/single/$photo.jpg" "album/$photo" ||
+            fail "the single run"
     done < <(find album -type f -printf '%P\0')
     photos=$(find album -type f -printf x | wc -c)
 }
@@ -120,7 +115,7 @@ try_client() {
     reads=$(printed_client "$1" 3) stores=$(printed_client "$1" 4)
     [[ -n $reads && -n $stores ]] || fail "docs/batch.md names no commands of $1"
     READS=$reads STORES=$stores perl -pe \
-        's/^rclone cat \S+/$ENV{READS}/; s/^ *\Krclone copyto .*/$ENV{STORES}/; s/^ +rclone cat "[^"]*"/$ENV{READS}/' \
+        's/rclone cat "[^"]*"/$ENV{READS}/; s/rclone copyto .*/$ENV{STORES}/' \
         "$scratch/bin/sketch-object" >"$scratch/state/client"
     grep -q rclone "$scratch/state/client" && fail "$1: rclone is still there"
     while IFS= read -r -d '' photo; do
@@ -154,11 +149,10 @@ rclone copy album store:album || fail "storing the album"
 (($(rclone lsjson --recursive --files-only store:album | jq length) == photos)) ||
     fail "the server does not keep the album"
 start_hosts alone
-say "s3rver 3.7.1, $(rclone --version | head -n 1), $(s3cmd --version), $(aws --version | cut -d ' ' -f 1)"
+say "s3rver 3.7.1, $(rclone --version | head -n 1), $(aws --version | cut -d ' ' -f 1)"
 printed docs/batch.md '# usage: sketch-object' >"$scratch/bin/sketch-object"
 chmod +x "$scratch/bin/sketch-object"
 try_recipe
-try_client s3cmd
 try_client aws
 try_pipe
 say "passed"
