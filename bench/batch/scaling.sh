@@ -5,7 +5,7 @@ set -euo pipefail
 root=$(dirname "$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")")
 source "$root/scripts/setup.sh"
 
-usage="usage: bench/batch/scaling.sh photos|formats|calls|plan|where|disk PHOTO"
+usage="usage: bench/batch/scaling.sh photos|formats|calls|latency|plan|where|disk PHOTO"
 if (($# != 2)); then
     say "$usage" \
         "Prints a table of docs/scaling.md; PHOTO is a camera's JPEG file, of 24 megapixels" \
@@ -100,8 +100,9 @@ calls_of() {
     album 2 "$1" "calls$1"
     rm -rf sketches
     strace -f -qq -o calls "$program" -q -j 1 --output-dir sketches "calls$1"
-    sed -nE 's/^[0-9]+ +([a-z0-9_]+)\(.* = ([0-9]+)$/\1 \2/p; s/^[0-9]+ +([a-z0-9_]+)\(.* = -.*/\1 0/p' \
-        calls | awk '{ ++calls[$1]; bytes[$1] += $2 }
+    sed -nE -e 's/^[0-9]+ +([a-z0-9_]+)\(.* = ([0-9]+)$/\1 \2/p' \
+        -e 's/^[0-9]+ +([a-z0-9_]+)\(.* = -.*/\1 0/p' calls |
+        awk '{ ++calls[$1]; bytes[$1] += $2 }
             END { for (name in calls) print name, calls[name], bytes[name] }' | sort
 }
 
@@ -118,6 +119,31 @@ calls_a_photo() {
             $1 ~ /read|write/ ? ($5 - $4) / 40 : "" }' | sort -t '|' -k 3,3 -rn
 }
 
+# late_clock MICROSECONDS JOBS FOLDER: seconds on the clock, when each call that names a file
+# waits as long.
+late_clock() {
+    local cpu wall memory calls=newfstatat,openat,linkat,access,mkdir
+    read -r cpu wall memory < <(timed strace -f -qq -o /dev/null -e "trace=$calls" \
+        -e "inject=$calls:delay_enter=$1" "$program" -q -j "$2" --output-dir sketches "$3")
+    echo "$wall"
+}
+
+# What forty photos more take, a photo, on a file system that answers late. The tracer's own
+# time is in all rows.
+named_calls_late() {
+    local delay jobs
+    make_photo 0.3 640x480
+    album 0.3 20 few
+    album 0.3 60 many
+    echo '| milliseconds a call | photos at a time | ms on the clock, a photo |'
+    for jobs in 1 8; do
+        for delay in 0 1000 5000; do
+            echo "$delay $jobs $(late_clock "$delay" "$jobs" few)" \
+                "$(late_clock "$delay" "$jobs" many)"
+        done
+    done | awk '{ printf "| %d | %d | %.0f |\n", $1 / 1000, $2, ($4 - $3) * 1000 / 40 }'
+}
+
 # make_names FOLDER COUNT: in folders of a thousand, links to a hundred small files.
 make_names() {
     perl -e '
@@ -128,7 +154,7 @@ make_names() {
             mkdir $folder if $i % 1000 == 0;
             my $name = sprintf("%s/photo%07d.jpg", $folder, $i);
             if ($i < 100) { system("cp", $photo, $name) == 0 or die }
-            else { link(sprintf("%s/0000/photo%07d.jpg", $top, $i % 100), $name) or die "$name: $!" }
+            else { link(sprintf("%s/0000/photo%07d.jpg", $top, $i % 100), $name) or die }
         }' "$@"
 }
 
@@ -185,6 +211,7 @@ case $part in
 photos) photos_by_size ;;
 formats) sketches_by_format ;;
 calls) calls_a_photo ;;
+latency) named_calls_late ;;
 plan) planning ;;
 where) where_time_goes ;;
 disk) disk_speed ;;

@@ -94,19 +94,23 @@ within() {
     done
 }
 
-# The processes of the program under test.
+# The processes of the program under test; found without a new process for each, for they
+# do not live long.
 running_programs() {
-    local link
-    for link in /proc/[0-9]*/exe; do
-        [[ $(readlink "$link" 2>/dev/null) != "$program" ]] || basename "$(dirname "$link")"
+    local process
+    for process in /proc/[0-9]*; do
+        [[ ! $process/exe -ef $program ]] || echo "${process#/proc/}"
     done
 }
 
-# kill_one_program: with no chance to tidy up.
+# Kills one, with no chance to tidy up; fails where none runs.
 kill_one_program() {
-    local pids
-    mapfile -t pids < <(running_programs)
-    ((${#pids[@]})) && kill -KILL "${pids[0]}" 2>/dev/null
+    local process
+    for process in /proc/[0-9]*; do
+        [[ ! $process/exe -ef $program ]] || ! kill -KILL "${process#/proc/}" 2>/dev/null ||
+            return 0
+    done
+    return 1
 }
 
 no_programs() {
@@ -149,7 +153,7 @@ names=('photo.jpg' '-rf.JPG' $'two\nlines .jpeg' "it's \"ß\".png" 'no suffix.20
 # make_album: in the current folder, each photo another picture.
 make_album() {
     local folder name number=0
-    convert "$root/examples/beach/beach.jpg" -resize 2400x "$scratch/state/photo.mpc"
+    convert "$root/examples/beach/beach.jpg" -resize 3000x "$scratch/state/photo.mpc"
     for folder in "${folders[@]}"; do
         mkdir -p "album/$folder"
         for name in "${names[@]:0:4 - number % 2}"; do
