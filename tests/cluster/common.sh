@@ -25,9 +25,20 @@ enter_own_system() {
     [[ -f $root/build/release/build.ninja ]] || configure release
     build release crayvell-batch
     scratch=$(mktemp -d --tmpdir crayvell-cluster-XXXXXX)
-    trap 'rm -rf "$scratch"' EXIT
-    CLUSTER_SCRATCH=$scratch unshare --mount --pid --net --uts --fork --kill-child \
-        --mount-proc "$0" "$@"
+    trap 'end_own_system' EXIT
+    trap 'exit 130' INT TERM
+    # The first process of the namespaces ends with this one, and all of the others with it.
+    CLUSTER_SCRATCH=$scratch setpriv --pdeathsig KILL unshare --mount --pid --net --uts \
+        --fork --kill-child --mount-proc "$0" "$@" &
+    system=$!
+    wait "$system"
+}
+
+end_own_system() {
+    local status=$?
+    [[ -z ${system:-} ]] || kill -KILL "$system" 2>/dev/null || true
+    within 20 rm -rf "$scratch" || say "Not removed: $scratch"
+    exit "$status"
 }
 
 # The first half of set-up inside: a loopback address, folders, the program as a file of
@@ -152,17 +163,17 @@ names=('photo.jpg' '-rf.JPG' $'two\nlines .jpeg' "it's \"ß\".png" 'no suffix.20
 
 # make_album: in the current folder, each photo another picture.
 make_album() {
-    local folder name number=0
+    local folder name i number=0
     convert "$root/examples/beach/beach.jpg" -resize 3000x "$scratch/state/photo.mpc"
     for folder in "${folders[@]}"; do
         mkdir -p "album/$folder"
-        for name in "${names[@]:0:4 - number % 2}"; do
-            number=$((number + 1))
+        for i in 0 1 2; do
+            name=${names[(number + i * i) % ${#names[@]}]}
             # A JPEG by content, whatever the suffix says: packing PNGs takes too long here.
             convert "$scratch/state/photo.mpc" -roll "+$((number * 20))+$number" \
                 jpg:- >"album/$folder/$name"
+            number=$((number + 1))
         done
-        number=$((number + 1))
     done
 }
 
