@@ -187,18 +187,30 @@ planning() {
     done
 }
 
-# Where the processor's time goes, by library and function.
+# Where the processor's time goes, by library; and within the JPEG library, by what it was
+# called for (takes root: probes at its functions' beginnings and ends).
 where_time_goes() {
+    local jpeg probe
     make_photo 24 6000x4000
     album 24 8 album24
-    perf record -q -e cpu-clock -F 499 -o perf.data \
+    perf record -q -e cpu-clock -F 499 -o samples \
         "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
-    local by
-    for by in dso dso,symbol; do
-        perf report -q -i perf.data --sort "$by" --stdio 2>/dev/null | grep -v '^$' |
-            sed -n '1,25p'
-        echo
+    perf report -q -i samples --sort dso --stdio 2>/dev/null | grep -v '^$'
+    jpeg=$(ldd "$program" | awk '/libjpeg/ { print $3 }')
+    trap 'perf probe -q -d "crayvell:*"; rm -rf "$scratch"' EXIT
+    for probe in read=jpeg_read_scanlines read_end=jpeg_read_scanlines%return \
+        write=jpeg_write_raw_data write_end=jpeg_write_raw_data%return; do
+        perf probe -q -x "$jpeg" "crayvell:$probe"
     done
+    rm -rf sketches
+    perf record -q -e 'crayvell:*' -o probes \
+        "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
+    perf script -i probes -F time,event | sed 's/: *crayvell:/ /; s/:.*//' | awk '
+        NR == 1 { first = $1 }
+        $2 == "read" || $2 == "write" { since = $1 }
+        /_end/ { sub(/_end.*/, "", $2); spent[$2] += $1 - since }
+        END { printf "decoding %.0f %%, encoding %.0f %% of the time\n",
+            100 * spent["read"] / ($1 - first), 100 * spent["write"] / ($1 - first) }'
 }
 
 # The scratch folder's disk: a gigabyte written and read past the page cache.
