@@ -76,15 +76,15 @@ interrupted() {
     local script=$1
     setsid bash "$script" &
     local recipe=$!
-    within 60 has_sketches 4 && within 20 kill_one_program || fail "no program to kill"
-    within 60 has_sketches 10 || fail "does not go on after a kill"
+    within 180 has_sketches 4 && within 60 kill_one_program || fail "no program to kill"
+    within 180 has_sketches 10 || fail "does not go on after a kill"
     kill_host beta "$(mount_namespace beta)"
     start_host beta alone
-    within 60 has_sketches 16 || fail "does not go on after a host"
+    within 180 has_sketches 16 || fail "does not go on after a host"
     kill -KILL "$s3rver_pid"
     wait "$s3rver_pid" 2>/dev/null || true
     start_server
-    within 60 has_sketches 20 || fail "does not go on after the server"
+    within 180 has_sketches 20 || fail "does not go on after the server"
     kill -KILL -- "-$recipe"
     wait "$recipe" 2>/dev/null || true
     kill_programs

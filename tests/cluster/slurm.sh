@@ -92,7 +92,7 @@ kill_node() {
     done
     kill_programs
     start_slurmd
-    within 60 node_is_ready || fail "the node does not come back"
+    within 180 node_is_ready || fail "the node does not come back"
 }
 
 # array PAGE: its array, interrupted in three ways and submitted again.
@@ -101,13 +101,13 @@ array() {
     printed "$page" '#SBATCH --array' >"$scratch/state/sketch.sh"
     local first second
     first=$(submit)
-    within 60 has_sketches 4 && within 20 kill_one_program || fail "$page: no task to kill"
-    within 60 has_sketches 8 && within 20 cancel_task || fail "$page: no task to cancel"
-    within 60 has_sketches 12 || fail "$page: tasks do not go on"
+    within 180 has_sketches 4 && within 60 kill_one_program || fail "$page: no task to kill"
+    within 180 has_sketches 8 && within 60 cancel_task || fail "$page: no task to cancel"
+    within 180 has_sketches 12 || fail "$page: tasks do not go on"
     kill_node
-    within 60 has_sketches 16 || fail "$page: tasks do not go on after the node"
+    within 180 has_sketches 16 || fail "$page: tasks do not go on after the node"
     scancel "$first"
-    within 60 queue_is_empty || fail "$page: the queue does not empty"
+    within 180 queue_is_empty || fail "$page: the queue does not empty"
     check_interrupted "$page, array $first"
     second=$(submit)
     within 300 queue_is_empty || fail "$page: the queue does not empty"
@@ -120,12 +120,12 @@ archives() {
     printed docs/batch.md 'srun --quiet' | grep srun >"$scratch/state/archives"
     bash "$scratch/state/archives" &
     local client=$!
-    within 60 has_sketches 4 && within 20 kill_one_program || fail "archives: nothing to kill"
-    within 60 has_sketches 12 && within 20 cancel_task || fail "archives: no task to cancel"
+    within 180 has_sketches 4 && within 60 kill_one_program || fail "archives: nothing to kill"
+    within 180 has_sketches 12 && within 60 cancel_task || fail "archives: no task to cancel"
     kill "$client" || true
     wait "$client" || true
     scancel --full --user root || true
-    within 60 queue_is_empty || fail "archives: the queue does not empty"
+    within 180 queue_is_empty || fail "archives: the queue does not empty"
     check_interrupted "docs/batch.md, srun"
     bash "$scratch/state/archives" || fail "archives: the second time"
     check_complete "docs/batch.md, srun"
@@ -138,7 +138,7 @@ write_configuration
 start_munge
 start slurmctld slurmctld -D -i
 start_slurmd
-within 60 node_is_ready || fail "no node becomes ready"
+within 180 node_is_ready || fail "no node becomes ready"
 say "$(sinfo --version): $(sinfo --noheader --format '%n, %c processors, %T')"
 array README.md
 array docs/batch.md

@@ -24,11 +24,11 @@ interrupted() {
     local what=$1 view=$2 script=$3
     setsid bash "$script" &
     local recipe=$!
-    within 60 has_sketches 4 && within 20 kill_one_program || fail "$what: no program to kill"
-    within 60 has_sketches 10 || fail "$what: does not go on after a kill"
+    within 180 has_sketches 4 && within 60 kill_one_program || fail "$what: no program to kill"
+    within 180 has_sketches 10 || fail "$what: does not go on after a kill"
     kill_host beta "$(mount_namespace beta)"
     start_host beta "$view"
-    within 60 has_sketches 16 || fail "$what: does not go on after a host"
+    within 180 has_sketches 16 || fail "$what: does not go on after a host"
     kill -KILL -- "-$recipe"
     wait "$recipe" 2>/dev/null || true
     kill_programs
