@@ -1,8 +1,10 @@
 // The frei0r filter as a host calls it.
 
+#include <QFile>
 #include <QImage>
 #include <QLibrary>
 #include <QProcess>
+#include <QXmlStreamReader>
 
 #include <climits>
 #include <cmath>
@@ -112,6 +114,7 @@ private slots:
     void cleanupTestCase();
     void tellsWhatItIs();
     void tellsItsParameters();
+    void isDescribedForTheEditor();
     void showsNothingElse();
     void framesOfAnySize_data();
     void framesOfAnySize();
@@ -167,6 +170,34 @@ void SketchFilterTest::tellsItsParameters()
     f0r_param_info_t untouched {"before", -1, nullptr};
     m_plugin.parameterInfo(&untouched, 2);
     QCOMPARE(untouched.name, "before");
+}
+
+// Sliders that show levels and hand over what the filter takes for them.
+void SketchFilterTest::isDescribedForTheEditor()
+{
+    QFile file(CRAYVELL_FREI0R_EFFECT);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QXmlStreamReader xml(&file);
+    int count = 0;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes attributes = xml.attributes();
+        if (xml.name() == u"effect")
+            QCOMPARE(attributes.value("tag"), u"frei0r.crayvell");
+        if (xml.name() != u"parameter")
+            continue;
+        f0r_param_info_t info {};
+        m_plugin.parameterInfo(&info, count);
+        QCOMPARE(attributes.value("name"), QLatin1String(info.name));
+        QCOMPARE(attributes.value("default").toDouble(), Filter(m_plugin, {8, 8}).value(count));
+        QCOMPARE(attributes.value("min"), u"0");
+        QCOMPARE(attributes.value("max"), u"255");
+        QCOMPARE(attributes.value("factor"), u"255");
+        ++count;
+    }
+    QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
+    QCOMPARE(count, 2);
 }
 
 void SketchFilterTest::showsNothingElse()
