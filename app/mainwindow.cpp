@@ -9,14 +9,13 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPainter>
-#include <QRegularExpression>
 #include <QShortcut>
-#include <QToolButton>
 #include <QUrl>
 
 #include "app/accessibility.h"
 #include "app/helpdialog.h"
 #include "app/homepage.h"
+#include "app/toolbar.h"
 #include "photo/largepages.h"
 #include "photo/photofile.h"
 #include "sketch/edgebuffer.h"
@@ -34,13 +33,6 @@ constexpr qreal overlayZ = 11.0;
 constexpr double zoomInFactor = 1.2;
 constexpr double zoomOutFactor = 1.0 / 1.2;
 
-// The button of an action that lives in no menu must be reachable by Tab.
-void makeButtonsFocusable(QToolBar *toolBar)
-{
-    for (QToolButton *button : toolBar->findChildren<QToolButton *>())
-        button->setFocusPolicy(Qt::TabFocus);
-}
-
 // The toolkit leaves it to the style whether a key alone opens menus.
 void openMenusByKey(MainWindow &window, QMenuBar &bar, QMenu &menu, QAction &entry)
 {
@@ -49,22 +41,6 @@ void openMenusByKey(MainWindow &window, QMenuBar &bar, QMenu &menu, QAction &ent
         bar.setActiveAction(menu.menuAction());
         menu.setActiveAction(&entry);
     });
-}
-
-// Beside a text in an eastern script its key stands in brackets: "(&O)". The toolkit
-// takes the ampersand out of a tool tip and leaves the rest.
-void dropKeysFromToolTips(const QToolBar *toolBar)
-{
-    static const QRegularExpression key(QStringLiteral("\\s*\\(&[A-Z]\\)"));
-    for (QAction *action : toolBar->actions()) {
-        QString text = action->text();
-        if (!text.contains(key))
-            continue;
-        text.remove(key);
-        action->setIconText(text);
-        if (action->toolTip() == QString(action->text()).remove(QLatin1Char('&')))
-            action->setToolTip(text);
-    }
 }
 
 // Never released on purpose, neither by the next open nor with the window. In
@@ -124,8 +100,7 @@ MainWindow::MainWindow(QWidget *parent)
     setAcceptDrops(true);
     // With a scene the canvas would accept a dragged file and then drop it.
     ui->graphicsView->setAcceptDrops(false);
-    makeButtonsFocusable(ui->mainToolBar);
-    dropKeysFromToolTips(ui->mainToolBar);
+    prepareToolBar(*ui->mainToolBar);
     openMenusByKey(*this, *ui->menuBar, *ui->menuFile, *ui->actionOpen);
     // The window's own context menu could hide the tool bar, and Process is
     // nowhere else.

@@ -17,6 +17,15 @@ for name in DeleteHS Edit_UndoHS Filter2HS FormRunHS HomeHS LineColorHS \
     rsvg-convert "artwork/$name.svg" -o "icons/$name.png"
 done
 
+# For screens of double resolution. What has more detail there, or another size in its
+# frame, has a drawing of its own.
+for name in DeleteHS HomeHS openHS saveHS; do
+    rsvg-convert --zoom 2 "artwork/$name.svg" -o "icons/$name@2x.png"
+done
+for name in FormRunHS ZoomInMs ZoomOutMs; do
+    rsvg-convert "artwork/$name@2x.svg" -o "icons/$name@2x.png"
+done
+
 # bmp32 picture.png: prints it as a 16x16 BMP of 32 bits a pixel with the plainest
 # header, which convert does not write. Some readers take the fourth byte for
 # opacity and some for nothing, so it is full and the picture lies on grey.
