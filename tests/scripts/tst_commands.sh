@@ -64,6 +64,8 @@ check "arm64/run.sh: unknown option" 2 '^usage: tests/arm64/run.sh' \
     "$source_folder/tests/arm64/run.sh" --fast
 check "firsthour/run.sh: unknown option" 2 '^usage: tests/firsthour/run.sh' \
     "$source_folder/tests/firsthour/run.sh" --fast
+check "package/run.sh: unknown option" 2 '^usage: tests/package/run.sh' \
+    "$source_folder/tests/package/run.sh" --fast
 
 printf '%s passed, %s failed\n' "$passed" "$failed"
 ((failed == 0))
