@@ -107,8 +107,8 @@ install "$user" /packages/crayvell-batch_*.deb
 in_system "$user" bash -c 'cp /tree/examples/beach/beach.jpg /tmp && crayvell-batch /tmp/beach.jpg'
 ls -l "$user"/tmp/beach*
 [[ -s $user/tmp/beach-sketch.jpg ]] || fail "no sketch"
-install "$user" /packages/crayvell_*.deb /packages/libcrayvell-dev_*.deb
-for test in sketch window library; do
+install "$user" /packages/{crayvell,libcrayvell-dev,frei0r-crayvell,gegl-crayvell}_*.deb
+for test in sketch window film operation library; do
     step "test: $test"
     smoke $test
 done
@@ -117,6 +117,7 @@ done
 
 step "removing them"
 in_system "$user" apt-get purge --quiet=2 --yes crayvell crayvell-batch libcrayvell-dev \
+    frei0r-crayvell gegl-crayvell \
     >"$log" 2>&1 || fail "$(<"$log")"
 after=$(in_system "$user" find /usr /etc /var -xdev -iname '*crayvell*' ! -path '/var/cache/apt/*')
 [[ -z $after ]] || fail "left behind: $after"
