@@ -8,6 +8,8 @@
 #include "sketch/kernel/edgekernel.h"
 #include "sketch/kernel/levelskernel.h"
 
+namespace plugins {
+
 namespace {
 
 constexpr int radius = 2; // of the neighbourhood that an edge value looks at
@@ -123,3 +125,5 @@ void sketchPart(GeglBuffer *input, GeglBuffer *output, const Picture &picture,
         band.sketch(input, output, rows, levels);
     }
 }
+
+} // namespace plugins

@@ -2,6 +2,8 @@
 
 #include <gegl.h>
 
+namespace plugins {
+
 // A picture in GEGL's terms: where it is, and how its pixels are to be read.
 struct Picture
 {
@@ -31,3 +33,5 @@ const Babl *sketchFormat(const Picture &picture);
 // No shared state. Throws std::bad_alloc.
 void sketchPart(GeglBuffer *input, GeglBuffer *output, const Picture &picture,
                 const GeglRectangle &part, const Levels &levels);
+
+} // namespace plugins

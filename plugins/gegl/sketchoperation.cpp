@@ -33,7 +33,7 @@ GeglRectangle boundingBox(GeglOperation *operation)
     return input ? *input : GeglRectangle {0, 0, 0, 0};
 }
 
-Picture pictureOf(GeglOperation *operation)
+plugins::Picture pictureOf(GeglOperation *operation)
 {
     const Babl *const format = gegl_operation_get_source_format(operation, "input");
     const bool isGrey = format && (babl_get_model_flags(format) & BABL_MODEL_FLAG_GRAY);
@@ -44,9 +44,9 @@ void prepare(GeglOperation *operation)
 {
     GeglOperationAreaFilter *const area = GEGL_OPERATION_AREA_FILTER(operation);
     area->left = area->right = area->top = area->bottom = 2;
-    const Picture picture = pictureOf(operation);
-    gegl_operation_set_format(operation, "input", storedFormat(picture));
-    gegl_operation_set_format(operation, "output", sketchFormat(picture));
+    const plugins::Picture picture = pictureOf(operation);
+    gegl_operation_set_format(operation, "input", plugins::storedFormat(picture));
+    gegl_operation_set_format(operation, "output", plugins::sketchFormat(picture));
 }
 
 gboolean process(GeglOperation *operation, GeglBuffer *input, GeglBuffer *output,
@@ -54,8 +54,8 @@ gboolean process(GeglOperation *operation, GeglBuffer *input, GeglBuffer *output
 {
     const GeglProperties *const properties = GEGL_PROPERTIES(operation);
     try {
-        sketchPart(input, output, pictureOf(operation), *part,
-                   {properties->black, properties->white});
+        plugins::sketchPart(input, output, pictureOf(operation), *part,
+                            {properties->black, properties->white});
         return TRUE;
     } catch (const std::exception &) {
         return FALSE; // no memory

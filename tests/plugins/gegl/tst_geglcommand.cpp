@@ -17,7 +17,7 @@ private slots:
     void isListed();
     void sketches_data();
     void sketches();
-    void refusesALevelBeyondTheRange();
+    void aLevelBeyondTheRangeIsTold();
 
 private:
     bool run(const QStringList &arguments, const QString &tiles = {}, const QString &threads = {});
@@ -105,11 +105,16 @@ void GeglCommandTest::sketches()
     QCOMPARE(pictures::difference(sketch, expected), QString());
 }
 
-void GeglCommandTest::refusesALevelBeyondTheRange()
+// And leaves the level as it was.
+void GeglCommandTest::aLevelBeyondTheRangeIsTold()
 {
-    QVERIFY(pictures::noise(64, 48).save(m_folder.filePath("photo.png")));
+    const QImage photo = pictures::noise(64, 48);
+    QVERIFY(photo.save(m_folder.filePath("photo.png")));
     run({"photo.png", "-o", "sketch.png", "--", "crayvell:sketch", "black=999"});
-    QVERIFY2(m_said.contains("black"), m_said);
+    QVERIFY2(m_said.contains("\"999\"") && m_said.contains("'black'"), m_said);
+    QCOMPARE(pictures::difference(QImage(m_folder.filePath("sketch.png")),
+                                  pictures::expectedSketch(photo, 0, 255)),
+             QString());
 }
 
 CRAYVELL_TEST_MAIN(GeglCommandTest)
