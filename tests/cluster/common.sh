@@ -183,6 +183,12 @@ single_run() {
         --output-dir "$scratch/single" || fail "the single run"
     photos=$(find album -type f -printf x | wc -c)
     (($(count_sketches "$scratch/single") == photos)) || fail "the single run is incomplete"
+    (($(count_different "$scratch/single") == photos)) || fail "two sketches are the same"
+}
+
+# Sketches of one content would hide that one took the other's place.
+count_different() {
+    find "$1" -type f -exec sha256sum --zero {} + | cut -z -c 1-64 | sort -zu | tr -dc '\0' | wc -c
 }
 
 # find_sketches FOLDER FORMAT: those that have their names; the recipes' own unfinished
