@@ -38,12 +38,19 @@ step() {
     printf '== %s (after %s s)\n' "$*" "$SECONDS"
 }
 
-# install SYSTEM ARGUMENTS...: with apt, no more than needed.
+# install SYSTEM PACKAGE...: with apt, no more than needed; a package that begins with a
+# slash is a pattern of the system's files.
 install() {
-    local system=$1
+    local system=$1 package files packages=()
     shift
+    for package in "$@"; do
+        files=("$package")
+        # shellcheck disable=SC2206 # a pattern
+        [[ $package != /* ]] || files=("$system"$package)
+        packages+=("${files[@]#"$system"}")
+    done
     in_system "$system" env DEBIAN_FRONTEND=noninteractive apt-get install --quiet=2 --yes \
-        --no-install-recommends "$@" >"$log" 2>&1 || fail "$(<"$log")"
+        --no-install-recommends "${packages[@]}" >"$log" 2>&1 || fail "$(<"$log")"
 }
 
 build_packages() {
@@ -64,6 +71,7 @@ judge_packages() {
         >"$log" 2>&1 || true
     cat "$log"
     ! grep -q '^[EW]: ' "$log" || fail "lintian has complaints"
+    printf 'lintian prints no error and no warning\n'
 }
 
 # smoke TEST: one of debian/tests, with the packages that it asks for.
