@@ -134,7 +134,8 @@ std::string unknownLetter(char letter, const std::string &argument)
 
 std::string takesNoValue(const std::string &argument, const OptionEntry &entry)
 {
-    return std::string("--") + entry.longName + " takes no value, as in " + argument;
+    const std::string value = argument.substr(argument.find('=') + 1);
+    return std::string("--") + entry.longName + " takes no value, but got '" + value + "'";
 }
 
 } // namespace batch

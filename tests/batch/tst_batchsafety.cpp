@@ -308,8 +308,8 @@ void tst_BatchSafety::outputFolderIsAFile()
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
     batch.write("out", "mine");
-    COMPARE_EXIT(batch.run({"--output-dir", "out", "a.jpg"}), 1);
-    COMPARE_EXIT(batch.run({"--overwrite", "--output-dir", "out/deep", "a.jpg"}), 1);
+    COMPARE_EXIT(batch.run({"--output-dir", "out", "a.jpg"}), 2);
+    COMPARE_EXIT(batch.run({"--overwrite", "--output-dir", "out/deep", "a.jpg"}), 2);
     QCOMPARE(batch.contents("out"), "mine");
 }
 

@@ -124,9 +124,9 @@ void tst_BatchHelp::refusalsHelp_data()
     QTest::newRow("beginning of several")
         << List {"--o"} << QByteArray("--o is ambiguous: --output, --output-dir or --overwrite");
     QTest::newRow("value that is not taken")
-        << List {"--version=1"} << QByteArray("--version takes no value, as in --version=1");
+        << List {"--version=1"} << QByteArray("--version takes no value, but got '1'");
     QTest::newRow("the same, abbreviated")
-        << List {"--recur=yes"} << QByteArray("--recursive takes no value, as in --recur=yes");
+        << List {"--recur=yes"} << QByteArray("--recursive takes no value, but got 'yes'");
     QTest::newRow("photo whose name begins with a dash")
         << List {"-foo.jpg"}
         << QByteArray("unknown option -f in -foo.jpg; a photo of such a name comes after --");
