@@ -15,8 +15,9 @@ fi
 part=$1 photo=$(readlink -f "$2")
 # Built already, it is not built again: a compiler would be measured, too.
 program=$root/build/release/batch/crayvell-batch
+install_packages imagemagick strace time linux-perf
 [[ -x $program ]] || {
-    install_packages "${run_packages[@]}" imagemagick strace time
+    install_packages "${run_packages[@]}"
     configure release
     build release crayvell-batch
 }
