@@ -1,6 +1,7 @@
 #include "batch/atomicfile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -57,10 +58,12 @@ bool isUnsupported(int error)
     return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
 }
 
-// The way to an open file that has no name.
-std::string descriptorPath(int descriptor)
+// The way to an open file that has no name. Takes no memory.
+std::array<char, 32> descriptorPath(int descriptor)
 {
-    return "/proc/self/fd/" + std::to_string(descriptor);
+    std::array<char, 32> path;
+    std::snprintf(path.data(), path.size(), "/proc/self/fd/%d", descriptor);
+    return path;
 }
 
 std::string unusedName()
@@ -95,7 +98,7 @@ AtomicFile::AtomicFile(const std::string &path)
                                           : target.substr(0, std::max<std::size_t>(slash, 1)));
     m_file.number = openat(m_folder.number, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, ordinaryMode);
     // Network and older file systems, and a machine without /proc, cannot.
-    if (m_file.number >= 0 && access(descriptorPath(m_file.number).c_str(), F_OK) == 0)
+    if (m_file.number >= 0 && access(descriptorPath(m_file.number).data(), F_OK) == 0)
         return;
     m_file.release();
     openNamed();
@@ -123,20 +126,19 @@ void AtomicFile::openFolder(const std::string &folder)
 
 void AtomicFile::openNamed()
 {
-    Temporaries &temporaries = Temporaries::instance();
-    temporaries.during([&] {
-        std::string name;
+    Temporaries::instance().during([&] {
         for (int i = 0; i < attempts && m_file.number < 0; ++i) {
-            name = unusedName();
-            m_file.number = openat(m_folder.number, name.c_str(),
+            m_temporary = newTemporary();
+            m_file.number = openat(m_folder.number, m_temporary.c_str(),
                                    O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, ordinaryMode);
-            if (m_file.number < 0 && errno != EEXIST)
-                break;
+            if (m_file.number >= 0)
+                return;
+            const int error = errno;
+            forgetTemporary();
+            if (error != EEXIST)
+                fail("cannot write to the folder of the output", error);
         }
-        if (m_file.number < 0)
-            fail("cannot write to the folder of the output");
-        m_temporary = name;
-        temporaries.add(m_folder.number, name);
+        fail("cannot write to the folder of the output", EEXIST);
     });
 }
 
@@ -198,11 +200,11 @@ void AtomicFile::publish(const std::optional<KnownFile> &replaced)
     });
 }
 
-bool AtomicFile::linkTo(const std::string &name) const
+bool AtomicFile::linkTo(const std::string &name) const noexcept
 {
     if (!m_temporary.empty())
         return linkat(m_folder.number, m_temporary.c_str(), m_folder.number, name.c_str(), 0) == 0;
-    return linkat(AT_FDCWD, descriptorPath(m_file.number).c_str(), m_folder.number, name.c_str(),
+    return linkat(AT_FDCWD, descriptorPath(m_file.number).data(), m_folder.number, name.c_str(),
                   AT_SYMLINK_FOLLOW)
         == 0;
 }
@@ -224,18 +226,31 @@ void AtomicFile::replace()
     forgetTemporary();
 }
 
-void AtomicFile::nameIt()
+// A name that nobody has. It counts as one of an unfinished file before there is one:
+// whatever fails from then on, memory too, leaves no file behind that nobody knows of.
+std::string AtomicFile::newTemporary() const
 {
     std::string name = unusedName();
-    for (int i = 0; !linkTo(name); ++i, name = unusedName()) {
-        if (errno != EEXIST || i == attempts)
-            fail("cannot write the output");
-    }
-    m_temporary = name;
-    Temporaries::instance().add(m_folder.number, m_temporary);
+    Temporaries::instance().add(m_folder.number, name);
+    return name;
 }
 
-void AtomicFile::forgetTemporary()
+void AtomicFile::nameIt()
+{
+    for (int i = 0; m_temporary.empty(); ++i) {
+        std::string name = newTemporary();
+        if (linkTo(name)) {
+            m_temporary = std::move(name);
+            return;
+        }
+        const int error = errno;
+        Temporaries::instance().drop(m_folder.number, name);
+        if (error != EEXIST || i == attempts)
+            fail("cannot write the output", error);
+    }
+}
+
+void AtomicFile::forgetTemporary() noexcept
 {
     Temporaries::instance().drop(m_folder.number, m_temporary);
     m_temporary.clear();

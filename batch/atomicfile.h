@@ -45,11 +45,12 @@ private:
     void openFolder(const std::string &folder);
     void openNamed();
     bool isThere(const KnownFile &file, struct stat &status) const;
-    bool linkTo(const std::string &name) const;
+    bool linkTo(const std::string &name) const noexcept;
     bool renameTo(const std::string &name) const;
     void replace();
     void nameIt();
-    void forgetTemporary();
+    std::string newTemporary() const;
+    void forgetTemporary() noexcept;
     void publishNew();
     void linkNew();
     void claimNew();

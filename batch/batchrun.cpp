@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "batch/cli/standardstreams.h"
+#include "batch/toolkit.h"
 #include "photo/memorybudget.h"
 
 namespace batch {
@@ -149,7 +150,10 @@ void BatchRun::work()
         others.reserve(wanted - 1);
         const AddressSpaceReserve reserve;
         while (others.size() + 1 < wanted)
-            others.emplace_back(worker);
+            others.emplace_back([&] {
+                if (enterToolkit())
+                    worker();
+            });
     } catch (const std::exception &) { // of the system, or no memory
         m_reporter.note(fewerWorkers(others.size() + 1, wanted));
     }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <langinfo.h>
@@ -16,6 +17,7 @@
 #include "batch/cli/notification.h"
 #include "batch/cli/standardstreams.h"
 #include "batch/interruption.h"
+#include "batch/toolkit.h"
 
 namespace batch {
 
@@ -40,14 +42,12 @@ void settleAllocator()
     mallopt(M_TRIM_THRESHOLD, band);
 }
 
-// The image readers' own warnings name no file; what matters becomes a failure.
-void dropMessage(QtMsgType, const QMessageLogContext &, const QString &)
-{
-}
-
+// Without taking memory, of which there may be none.
 int giveUp(const char *why)
 {
-    writeMessage(std::string(programName) + ": " + why + "\n");
+    char line[1000];
+    std::snprintf(line, sizeof line, "%s: %.900s\n", programName, why);
+    writeFully(messageDescriptor(), line, std::strlen(line));
     return static_cast<int>(ExitCode::SomeFailed);
 }
 
@@ -96,7 +96,7 @@ int run(int argc, char *argv[])
         return tell(std::string(programName) + " " + CRAYVELL_VERSION + "\n");
     settleStandardStreams();
     ensureUtf8Locale();
-    qInstallMessageHandler(dropMessage);
+    prepareToolkit();
     const QCoreApplication application(argc, argv);
     std::setlocale(LC_MESSAGES, "C"); // the system's reasons in the language of ours
     return sketchPhotos(options);

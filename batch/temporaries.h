@@ -18,9 +18,15 @@ public:
 
     // Runs a step, which may call add() and drop(), under the lock.
     void during(const std::function<void()> &step);
-    // A name within an open folder, which stays open until the name is dropped.
+    // A name within an open folder, which stays open until the name is dropped. Dropping
+    // takes no memory: it happens when that has run out, too.
     void add(int folder, const std::string &name) { m_names.emplace(folder, name); }
-    void drop(int folder, const std::string &name) { m_names.erase({folder, name}); }
+    void drop(int folder, const std::string &name) noexcept
+    {
+        std::erase_if(m_names, [&](const auto &known) {
+            return known.first == folder && known.second == name;
+        });
+    }
 
     // Removes all that are left and lets no further step begin; for the end of
     // the process.

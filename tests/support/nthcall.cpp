@@ -1,0 +1,320 @@
+// Loaded into a program before the system's own library (LD_PRELOAD), it counts the
+// calls that a run makes, and makes the n-th of a kind fail. It takes no memory and
+// uses the system's calls themselves, so that it changes nothing but what is asked for.
+//
+//   NTH_CALL          kind, number and error: "write 3 ENOSPC"; "write 3 short" takes
+//                     half of the bytes; with a plus behind the number, "malloc 7+
+//                     ENOMEM", all that follow fail too
+//   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
+//                     call when the program ends
+//   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
+//                     which the file system then does not know, at any time
+//   NTH_CALL_MARKED   if set, calls count from startCountingCalls() on, else from main()
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+extern "C" {
+void *__libc_malloc(std::size_t bytes);
+void *__libc_calloc(std::size_t count, std::size_t bytes);
+void *__libc_realloc(void *memory, std::size_t bytes);
+void *__libc_memalign(std::size_t alignment, std::size_t bytes);
+}
+
+namespace {
+
+enum Kind { Open, Write, Fsync, Linkat, Renameat2, Rename, Close, Mmap, Malloc, kinds };
+constexpr const char *kindNames[kinds] = {"open",   "write", "fsync", "linkat", "renameat2",
+                                          "rename", "close", "mmap",  "malloc"};
+
+struct Error
+{
+    const char *name;
+    int number;
+};
+constexpr int shortWrite = -1;
+constexpr Error errors[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO},       {"EINTR", EINTR},
+                            {"EMFILE", EMFILE}, {"ENOMEM", ENOMEM}, {"short", shortWrite}};
+
+struct Setting
+{
+    int kind = kinds; // none
+    long number = 0;
+    bool persists = false;
+    int error = 0;
+};
+
+std::atomic<bool> isCounting = false;
+std::atomic<long> counts[kinds];
+Setting setting;
+
+const char *variable(const char *name)
+{
+    const char *const value = std::getenv(name);
+    return value ? value : "";
+}
+
+bool isRefused(const char *word)
+{
+    return isCounting && std::strstr(variable("NTH_CALL_REFUSED"), word);
+}
+
+void readSetting()
+{
+    char kind[16] = "";
+    char error[16] = "";
+    char number[16] = "";
+    if (std::sscanf(variable("NTH_CALL"), "%15s %15s %15s", kind, number, error) != 3)
+        return;
+    setting.number = std::atol(number);
+    setting.persists = std::strchr(number, '+') != nullptr;
+    for (int i = 0; i < kinds; ++i) {
+        if (std::strcmp(kind, kindNames[i]) == 0)
+            setting.kind = i;
+    }
+    for (const Error &known : errors) {
+        if (std::strcmp(error, known.name) == 0)
+            setting.error = known.number;
+    }
+}
+
+// Counts a call: 0, or the error that it is to fail with.
+int errorOf(Kind kind)
+{
+    if (!isCounting.load(std::memory_order_relaxed))
+        return 0;
+    const long number = ++counts[kind];
+    const bool isDue = kind == setting.kind
+        && (number == setting.number || (setting.persists && number > setting.number));
+    return isDue ? setting.error : 0;
+}
+
+// True, with errno set, for a call that is to fail.
+bool fails(Kind kind)
+{
+    const int error = errorOf(kind);
+    if (error > 0)
+        errno = error;
+    return error > 0;
+}
+
+__attribute__((destructor)) void writeCounts()
+{
+    isCounting = false;
+    const char *const file = variable("NTH_CALL_COUNTS");
+    if (!*file)
+        return;
+    const auto descriptor =
+        static_cast<int>(syscall(SYS_openat, AT_FDCWD, file, O_CREAT | O_TRUNC | O_WRONLY, 0666));
+    for (int i = 0; i < kinds; ++i)
+        dprintf(descriptor, "%s %ld\n", kindNames[i], counts[i].load());
+    syscall(SYS_close, descriptor);
+}
+
+int openFile(int folder, const char *path, int flags, va_list arguments)
+{
+    const bool mayMake = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
+    const mode_t mode = mayMake ? va_arg(arguments, mode_t) : 0;
+    if (fails(Open))
+        return -1;
+    if ((flags & O_TMPFILE) == O_TMPFILE && isRefused("unnamed")) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_openat, folder, path, flags, mode));
+}
+
+int renameFile(int fromFolder, const char *from, int toFolder, const char *to)
+{
+    return fails(Rename)
+        ? -1
+        : static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, 0));
+}
+
+int linkFile(int fromFolder, const char *from, int toFolder, const char *to, int flags)
+{
+    if (fails(Linkat))
+        return -1;
+    if (isRefused("linkat")) {
+        errno = EPERM;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_linkat, fromFolder, from, toFolder, to, flags));
+}
+
+void *map(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset)
+{
+    if (fails(Mmap))
+        return MAP_FAILED;
+    return reinterpret_cast<void *>(
+        syscall(SYS_mmap, address, bytes, protection, flags, file, offset));
+}
+
+using Main = int(int, char **, char **);
+Main *programsMain = nullptr;
+
+int countingMain(int argc, char **argv, char **environment)
+{
+    isCounting = !*variable("NTH_CALL_MARKED");
+    return programsMain(argc, argv, environment);
+}
+
+} // namespace
+
+extern "C" {
+
+int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (*fini)(),
+                      void (*loaderFini)(), void *stackEnd)
+{
+    using Call = int(Main *, int, char **, void (*)(), void (*)(), void (*)(), void *);
+    readSetting();
+    programsMain = start;
+    return reinterpret_cast<Call *>(dlsym(RTLD_NEXT, "__libc_start_main"))(
+        countingMain, argc, argv, init, fini, loaderFini, stackEnd);
+}
+
+void startCountingCalls()
+{
+    isCounting = true;
+}
+
+#define REPLACE_OPEN(name) \
+    int name(const char *path, int flags, ...) \
+    { \
+        va_list arguments; \
+        va_start(arguments, flags); \
+        const int descriptor = openFile(AT_FDCWD, path, flags, arguments); \
+        va_end(arguments); \
+        return descriptor; \
+    }
+
+#define REPLACE_OPENAT(name) \
+    int name(int folder, const char *path, int flags, ...) \
+    { \
+        va_list arguments; \
+        va_start(arguments, flags); \
+        const int descriptor = openFile(folder, path, flags, arguments); \
+        va_end(arguments); \
+        return descriptor; \
+    }
+
+REPLACE_OPEN(open)
+REPLACE_OPEN(open64)
+REPLACE_OPENAT(openat)
+REPLACE_OPENAT(openat64)
+
+ssize_t write(int descriptor, const void *bytes, std::size_t count)
+{
+    const int error = errorOf(Write);
+    if (error > 0) {
+        errno = error;
+        return -1;
+    }
+    return syscall(SYS_write, descriptor, bytes,
+                   error == shortWrite && count > 1 ? count / 2 : count);
+}
+
+int fsync(int descriptor)
+{
+    return fails(Fsync) ? -1 : static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+int fdatasync(int descriptor)
+{
+    return fails(Fsync) ? -1 : static_cast<int>(syscall(SYS_fdatasync, descriptor));
+}
+
+int link(const char *from, const char *to)
+{
+    return linkFile(AT_FDCWD, from, AT_FDCWD, to, 0);
+}
+
+int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
+{
+    return linkFile(fromFolder, from, toFolder, to, flags);
+}
+
+int rename(const char *from, const char *to)
+{
+    return renameFile(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+int renameat(int fromFolder, const char *from, int toFolder, const char *to)
+{
+    return renameFile(fromFolder, from, toFolder, to);
+}
+
+int renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
+{
+    if (fails(Renameat2))
+        return -1;
+    if (isRefused("renameat2")) {
+        errno = EINVAL;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
+// As the system does it, the descriptor is closed even where that fails.
+int close(int descriptor)
+{
+    const int error = errorOf(Close);
+    const auto result = static_cast<int>(syscall(SYS_close, descriptor));
+    if (error <= 0)
+        return result;
+    errno = error;
+    return -1;
+}
+
+void *mmap(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset)
+{
+    return map(address, bytes, protection, flags, file, offset);
+}
+
+void *mmap64(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset)
+{
+    return map(address, bytes, protection, flags, file, offset);
+}
+
+void *malloc(std::size_t bytes)
+{
+    return fails(Malloc) ? nullptr : __libc_malloc(bytes);
+}
+
+void *calloc(std::size_t count, std::size_t bytes)
+{
+    return fails(Malloc) ? nullptr : __libc_calloc(count, bytes);
+}
+
+void *realloc(void *memory, std::size_t bytes)
+{
+    return fails(Malloc) ? nullptr : __libc_realloc(memory, bytes);
+}
+
+void *memalign(std::size_t alignment, std::size_t bytes)
+{
+    return fails(Malloc) ? nullptr : __libc_memalign(alignment, bytes);
+}
+
+void *aligned_alloc(std::size_t alignment, std::size_t bytes)
+{
+    return memalign(alignment, bytes);
+}
+
+int posix_memalign(void **memory, std::size_t alignment, std::size_t bytes)
+{
+    *memory = memalign(alignment, bytes);
+    return *memory ? 0 : ENOMEM;
+}
+
+} // extern "C"
