@@ -15,6 +15,9 @@ function(crayvell_configure_target target)
             -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
         target_link_options(${target} PUBLIC -fsanitize=address,undefined)
     endif()
+    if(CRAYVELL_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
 endfunction()
 
 # crayvell_library(name SOURCES files... LINK libraries...). A host that takes the tree in
