@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "photo/announcedpicture.h"
 #include "photo/argb32.h"
@@ -118,6 +119,22 @@ Replacement replaceBySketch(const QImage &sketch, const QString &fileName, const
     return file.commit() ? Replacement::Done : Replacement::Impossible;
 }
 
+bool write(const QImage &sketch, const QString &fileName)
+{
+    const QByteArray format = QFileInfo(fileName).suffix().toLatin1();
+    if (format.isEmpty())
+        return false;
+    switch (replaceBySketch(sketch, fileName, format)) {
+    case Replacement::Done: return true;
+    case Replacement::Failed: return false;
+    case Replacement::Impossible: break;
+    }
+    QBuffer encoded;
+    return encoded.open(QIODevice::WriteOnly)
+        && sketch.save(&encoded, format.constData(), saveQuality)
+        && writeDirectly(fileName, encoded.data());
+}
+
 } // namespace
 
 Photo readPhoto(const QString &fileName)
@@ -134,18 +151,11 @@ Photo readPhoto(const QString &fileName)
 
 bool writeSketch(const QImage &sketch, const QString &fileName)
 {
-    const QByteArray format = QFileInfo(fileName).suffix().toLatin1();
-    if (format.isEmpty())
-        return false;
-    switch (replaceBySketch(sketch, fileName, format)) {
-    case Replacement::Done: return true;
-    case Replacement::Failed: return false;
-    case Replacement::Impossible: break;
+    try {
+        return write(sketch, fileName);
+    } catch (const std::bad_alloc &) {
+        return false; // the window and its sketch stay
     }
-    QBuffer encoded;
-    return encoded.open(QIODevice::WriteOnly)
-        && sketch.save(&encoded, format.constData(), saveQuality)
-        && writeDirectly(fileName, encoded.data());
 }
 
 QString canonicalDirectory(const QString &fileName)

@@ -1,0 +1,149 @@
+#include <QProcess>
+
+#include "tests/support/nthcall.h"
+#include "tests/support/process.h"
+#include "tests/support/testmain.h"
+
+namespace {
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+// Each call of the window's save to the system, made to fail: the file is as it was or
+// complete, and nothing else is there.
+class SaveFaultsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void everyCall_data();
+    void everyCall();
+    void cleanupTestCase();
+
+private:
+    int save(const QStringList &settings) const;
+    void putBack() const;
+    QByteArray faultAfter(int exitCode, bool mayEnd) const;
+    QString path() const { return m_folder.filePath(m_name); }
+
+    QTemporaryDir m_folder;
+    QString m_name;
+    QString m_refused;
+    QByteArray m_before;
+    QByteArray m_good;
+    int m_runs = 0;
+};
+
+void SaveFaultsTest::initTestCase()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer wants to be loaded first");
+}
+
+void SaveFaultsTest::everyCall_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QString>("refused");
+
+    for (const char *format : {"jpg", "png"}) {
+        const QString name = QStringLiteral("sketch.") + format;
+        QTest::addRow("%s, new", format) << name << QByteArray() << "";
+        QTest::addRow("%s, replacing", format) << name << QByteArray("mine") << "";
+        QTest::addRow("%s, new, hidden name", format) << name << QByteArray() << "unnamed";
+        QTest::addRow("%s, replacing, no links", format)
+            << name << QByteArray("mine") << "unnamed renameat2 linkat";
+    }
+}
+
+// The exit code; -1 for the end by a signal.
+int SaveFaultsTest::save(const QStringList &settings) const
+{
+    QProcess process;
+    QStringList environment = QProcess::systemEnvironment();
+    environment << "LD_PRELOAD=" CRAYVELL_NTH_CALL << "NTH_CALL_MARKED=1"
+                << "NTH_CALL_REFUSED=" + m_refused;
+    process.setEnvironment(environment + settings);
+    process.start(CRAYVELL_SAVE_SKETCH, {path()});
+    if (!process.waitForFinished(60000))
+        process.kill();
+    process.waitForFinished();
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+void SaveFaultsTest::putBack() const
+{
+    QDir folder(m_folder.path());
+    for (const QString &name : folder.entryList(QDir::Files | QDir::Hidden | QDir::System))
+        folder.remove(name);
+    if (m_before.isEmpty())
+        return;
+    QFile file(path());
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(m_before) == m_before.size());
+}
+
+// Empty where all is well. Without memory the toolkit may end the program, in functions of
+// its own that promise to throw nothing: then the files alone count.
+QByteArray SaveFaultsTest::faultAfter(int exitCode, bool mayEnd) const
+{
+    if (exitCode != 0 && exitCode != 1 && !(mayEnd && exitCode == -1))
+        return "ended with " + QByteArray::number(exitCode);
+    const QDir folder(m_folder.path());
+    const QStringList files = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    if (!files.isEmpty() && files != QStringList {m_name})
+        return "left " + files.join(u' ').toUtf8();
+    if (!m_before.isEmpty() && files.isEmpty())
+        return "lost the former file";
+    const QByteArray content = contentOf(path());
+    if (content == m_good)
+        return "";
+    if (exitCode == 0)
+        return "said nothing";
+    return content == m_before ? "" : "half a file";
+}
+
+void SaveFaultsTest::everyCall()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, before);
+    QFETCH(QString, refused);
+    m_name = name;
+    m_before = before;
+    m_refused = refused;
+    putBack();
+    const QTemporaryDir counting;
+    const QString counts = counting.filePath("counts");
+    QCOMPARE(save({"NTH_CALL_COUNTS=" + counts}), 0);
+    m_good = contentOf(path());
+    const QMap<QByteArray, int> calls = nthcall::countsIn(counts);
+    QVERIFY(calls["open"] > 0 && calls["write"] > 0 && calls["malloc"] > 10);
+
+    QByteArrayList faults;
+    for (const nthcall::Fault &fault : nthcall::faults) {
+        for (int n = 1; n <= calls[fault.kind]; n += nthcall::stepOf(fault)) {
+            putBack();
+            const QString setting = nthcall::setting(fault, n);
+            const bool isMemory = qstrcmp(fault.kind, "malloc") == 0;
+            ++m_runs;
+            if (const QByteArray wrong = faultAfter(save({setting}), isMemory); !wrong.isEmpty())
+                faults << setting.toUtf8() + ": " + wrong;
+        }
+    }
+    QVERIFY2(faults.isEmpty(),
+             QByteArray::number(faults.size()) + " faults, the first:\n"
+                 + faults.mid(0, 20).join('\n'));
+}
+
+void SaveFaultsTest::cleanupTestCase()
+{
+    qInfo("%d saves with a call that fails", m_runs);
+}
+
+CRAYVELL_TEST_MAIN(SaveFaultsTest)
+#include "tst_savefaults.moc"
