@@ -1,6 +1,7 @@
 #include "tests/batch/batchprocess.h"
 #include "tests/support/exiffile.h"
 #include "tests/support/nthcall.h"
+#include "tests/support/preload.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
@@ -104,7 +105,7 @@ void tst_BatchNthCall::everyCall_data()
 BatchProcess::Outcome tst_BatchNthCall::run(BatchProcess &batch, const QStringList &settings) const
 {
     return batch.run(m_arguments, {},
-                     QStringList {"LD_PRELOAD=" CRAYVELL_NTH_CALL, "NTH_CALL_REFUSED=" + m_refused}
+                     preloaded(CRAYVELL_NTH_CALL) + QStringList {"NTH_CALL_REFUSED=" + m_refused}
                          + settings);
 }
 

@@ -2,6 +2,7 @@
 #include <QImageReader>
 
 #include "tests/batch/batchprocess.h"
+#include "tests/batch/failingcalls.h"
 #include "tests/support/hostilephotos.h"
 #include "tests/support/testmain.h"
 
@@ -42,11 +43,6 @@ void addFormats()
         QTest::newRow(format) << QByteArray(format);
 }
 
-QString preload()
-{
-    return QStringLiteral("LD_PRELOAD=" CRAYVELL_FAILING_CALLS);
-}
-
 } // namespace
 
 void tst_BatchReading::aFileThatShrinksFails_data()
@@ -63,9 +59,9 @@ void tst_BatchReading::aFileThatShrinksFails()
     for (int read = 1; read <= 4; ++read) {
         BatchProcess batch;
         batch.write("photo", photo);
-        const auto outcome = batch.run({"photo"}, {},
-                                       {preload(), QStringLiteral("AT_CALL=read=%1").arg(read),
-                                        "RUN_AT_CALL=truncate -s 110000 photo; touch cut"});
+        const auto outcome = batch.run(
+            {"photo"}, {},
+            runningAt(QStringLiteral("read=%1").arg(read), "truncate -s 110000 photo; touch cut"));
         if (!batch.exists("cut"))
             break;
         COMPARE_EXIT(outcome, 1);
@@ -84,7 +80,7 @@ void tst_BatchReading::aReadThatFailsIsNamed()
     BatchProcess batch;
     batch.write("photo", largePhoto(format));
     const auto outcome =
-        batch.run({"--allow-truncated", "photo"}, {}, {preload(), "FAILING_CALLS=read=2"});
+        batch.run({"--allow-truncated", "photo"}, {}, failingCalls(QStringLiteral("read=2")));
     COMPARE_EXIT(outcome, 1);
     QVERIFY2(outcome.errors.contains("Input/output error"), outcome.errors.constData());
     QVERIFY(!batch.exists("photo-sketch.jpg"));

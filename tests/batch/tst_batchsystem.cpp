@@ -295,9 +295,11 @@ void tst_BatchSystem::ignoredSignals()
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
     const QString all = "HUP INT QUIT TERM USR1 USR2 ALRM VTALRM PROF XCPU IO PWR";
-    const auto outcome = batch.shell("trap '' " + all + "; AT_CALL=fsync RUN_AT_CALL='for s in "
-                                     + all + "; do kill -$s $PPID; done' LD_PRELOAD="
-                                     + CRAYVELL_FAILING_CALLS + " \"$batch\" --fsync a.jpg");
+    QStringList setting = runningAt("fsync", "for s in " + all + "; do kill -$s $PPID; done");
+    for (QString &variable : setting) // for the shell
+        variable = u'\'' + variable.replace(u'\'', QStringLiteral("'\\''")) + u'\'';
+    const auto outcome =
+        batch.shell("trap '' " + all + "; env " + setting.join(u' ') + " \"$batch\" --fsync a.jpg");
     COMPARE_EXIT(outcome, 0);
     QCOMPARE(batch.contents("a-sketch.jpg"), m_sketch);
 }

@@ -6,7 +6,8 @@ source_folder=$1
 build=$2
 source "$source_folder/tests/install/installation.sh"
 built=$build
-off=(-DCRAYVELL_TESTS=OFF -DCRAYVELL_BENCH=OFF -DCRAYVELL_EXAMPLES=OFF)
+off=(-DCRAYVELL_TESTS=OFF -DCRAYVELL_BENCH=OFF -DCRAYVELL_EXAMPLES=OFF
+    -DCRAYVELL_FREI0R=OFF -DCRAYVELL_GEGL=OFF)
 
 configure() {
     cmake -G Ninja -DCMAKE_BUILD_TYPE=Release "$@" >"$scratch/told" 2>&1 ||

@@ -7,6 +7,8 @@ source_folder=$1
 build=$2
 source "$source_folder/tests/install/installation.sh"
 components=(app batch doc dev)
+[[ ! -e $build/plugins/frei0r/crayvell.so ]] || components+=(frei0r)
+[[ ! -e $build/plugins/gegl/crayvell-sketch.so ]] || components+=(gegl)
 id=example.dellumbra.crayvell
 zsh=share/zsh/site-functions
 [[ ! -e /etc/debian_version ]] || zsh=share/zsh/vendor-completions
@@ -38,6 +40,12 @@ expected() {
         printf 'share/doc/crayvell/%s\n' CHANGELOG.md GPL-3.0-or-later.txt README.md \
             docs/architecture.md docs/batch.md docs/install.md docs/window.png
         ;;
+    frei0r)
+        printf '%s\n' lib/frei0r-1/crayvell.so share/kdenlive/effects/frei0r_crayvell.xml
+        ;;
+    gegl)
+        printf '%s\n' lib/gegl-0.4/crayvell-sketch.so
+        ;;
     dev)
         printf 'include/crayvell/%s.h\n' canvas/tarngraphicsview sketch/{edgebuffer,levels} \
             sketch/{gaussianblur,greytable} sketch/kernel/{edgekernel,gaussianblurkernel} \
@@ -51,7 +59,7 @@ expected() {
 
 # Without the names of the machine's folder for libraries and of the kind of build.
 actual() {
-    files "$1" | sed -E 's,^lib(64|/[^/]*-linux-[^/]*)?/(cmake|libc),lib/\2,
+    files "$1" | sed -E 's,^lib(64|/[^/]*-linux-[^/]*)?/(cmake|libc|gegl),lib/\2,
         s,(Crayvell-[a-z]*)-[a-z]*\.cmake,\1-BUILD.cmake,' | LC_ALL=C sort
 }
 

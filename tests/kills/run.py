@@ -29,7 +29,8 @@ OUTPUTS = ("a", "b")
 def environment(named, build):
     variables = dict(os.environ, QT_QPA_PLATFORM="offscreen")
     if named:
-        variables["LD_PRELOAD"] = str(build / "tests/support/libcrayvell_nthcall.so")
+        variables["LD_LIBRARY_PATH"] = str(build / "tests/support")
+        variables["LD_PRELOAD"] = "libcrayvell_nthcall.so"  # a path would end at a space
         variables["NTH_CALL_REFUSED"] = "unnamed"
     return variables
 

@@ -1,6 +1,7 @@
 #include <QProcess>
 
 #include "tests/support/nthcall.h"
+#include "tests/support/preload.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 
@@ -67,7 +68,7 @@ int SaveFaultsTest::save(const QStringList &settings) const
 {
     QProcess process;
     QStringList environment = QProcess::systemEnvironment();
-    environment << "LD_PRELOAD=" CRAYVELL_NTH_CALL << "NTH_CALL_MARKED=1"
+    environment << preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_MARKED=1"
                 << "NTH_CALL_REFUSED=" + m_refused;
     process.setEnvironment(environment + settings);
     process.start(CRAYVELL_SAVE_SKETCH, {path()});

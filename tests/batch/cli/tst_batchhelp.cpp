@@ -251,21 +251,23 @@ void tst_BatchHelp::shellsReadTheCompletions_data()
     QTest::newRow("bash completes an option")
         << "bash"
         << QStringList {"-c",
-                        "_init_completion() { cur=--over prev=crayvell-batch; }; . " + texts
-                            + "crayvell-batch.bash; _crayvell_batch;"
-                              " test \"${COMPREPLY[*]}\" = --overwrite"};
+                        "_init_completion() { cur=--over prev=crayvell-batch; }; . \"$0\""
+                        "; _crayvell_batch;"
+                        " test \"${COMPREPLY[*]}\" = --overwrite",
+                        texts + "crayvell-batch.bash"};
     QTest::newRow("bash completes a format")
         << "bash"
         << QStringList {"-c",
-                        "_init_completion() { cur=p prev=--format; }; . " + texts
-                            + "crayvell-batch.bash; _crayvell_batch;"
-                              " test \"${COMPREPLY[*]}\" = png"};
+                        "_init_completion() { cur=p prev=--format; }; . \"$0\""
+                        "; _crayvell_batch;"
+                        " test \"${COMPREPLY[*]}\" = png",
+                        texts + "crayvell-batch.bash"};
     QTest::newRow("fish completes an option")
         << "fish"
         << QStringList {"-c",
-                        "source " + texts
-                            + "crayvell-batch.fish; complete -C 'crayvell-batch --skip'"
-                              " | string match -q -- '--skip-existing*'"};
+                        "source $argv[1]; complete -C 'crayvell-batch --skip'"
+                        " | string match -q -- '--skip-existing*'",
+                        texts + "crayvell-batch.fish"};
     QTest::newRow("man")
         << "man"
         << QStringList {
