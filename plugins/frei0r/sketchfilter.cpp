@@ -149,18 +149,20 @@ void f0r_destruct(f0r_instance_t instance)
 
 void f0r_set_param_value(f0r_instance_t instance, f0r_param_t value, int index)
 {
-    if (isParameter(index))
+    if (instance && isParameter(index)) // hosts go on without one for which there is no memory
         filterOf(instance).setValue(index, *static_cast<const double *>(value));
 }
 
 void f0r_get_param_value(f0r_instance_t instance, f0r_param_t value, int index)
 {
-    if (isParameter(index))
+    if (instance && isParameter(index))
         *static_cast<double *>(value) = filterOf(instance).value(index);
 }
 
 void f0r_update(f0r_instance_t instance, double, const uint32_t *frame, uint32_t *paper)
 {
+    if (!instance)
+        return;
     SketchFilter &filter = filterOf(instance);
     try {
         filter.sketch(frame, paper);

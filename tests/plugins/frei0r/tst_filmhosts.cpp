@@ -112,7 +112,7 @@ void FilmHostsTest::sizes()
 {
     QTest::addColumn<QSize>("size");
     for (const QSize size :
-         {QSize(64, 48), QSize(640, 360), QSize(157, 61), QSize(33, 17), QSize(6, 7), QSize(5, 3)})
+         {QSize(64, 48), QSize(640, 360), QSize(644, 66), QSize(1080, 48), QSize(157, 61), QSize(33, 17), QSize(6, 7), QSize(5, 3)})
         QTest::addRow("%dx%d", size.width(), size.height()) << size;
 }
 
@@ -151,15 +151,15 @@ bool FilmHostsTest::run(const QString &program, const QStringList &arguments)
     return isDone && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
-// Before its version 6 ffmpeg hands a plug-in lines that are padded to 16 bytes, or as
-// they come where no conversion is directly before it, and says nothing of it. What to
-// do with other widths is told in docs/plugins.md.
+// Before its version 6 ffmpeg hands a plug-in lines that are padded to 16 pixels, or as
+// they come, and says nothing of it. What to do with other widths is told in
+// docs/plugins.md.
 QString FilmHostsTest::ffmpegFilter(QSize size)
 {
     const QString filter = QStringLiteral("frei0r=crayvell:0.2|0.9");
-    if (size.width() % 4 == 0)
+    if (size.width() % 16 == 0)
         return "format=bgra," + filter;
-    return QStringLiteral("pad=ceil(iw/16)*16:ih,format=bgra,%1,crop=%2:ih:0:0,"
+    return QStringLiteral("format=bgra,pad=ceil(iw/16)*16:ih,%1,crop=%2:ih:0:0,"
                           "drawbox=iw-2:0:2:ih:white:fill")
         .arg(filter)
         .arg(size.width());

@@ -44,6 +44,7 @@ private slots:
     void sketchesInPlace();
     void impossibleSizes_data();
     void impossibleSizes();
+    void goesOnWithoutAnInstance();
     void instancesInThreads();
     void oneInstanceInThreads();
 
@@ -271,6 +272,20 @@ void SketchFilterTest::impossibleSizes()
     QFETCH(unsigned, width);
     QFETCH(unsigned, height);
     QVERIFY(!m_plugin.construct(width, height));
+}
+
+// As melt does where there was no memory for one.
+void SketchFilterTest::goesOnWithoutAnInstance()
+{
+    double value = 0.5;
+    m_plugin.setValue(nullptr, &value, 0);
+    m_plugin.value(nullptr, &value, 0);
+    QCOMPARE(value, 0.5);
+    const uint32_t frame = 0xff123456;
+    uint32_t paper = 7;
+    m_plugin.update(nullptr, 0, &frame, &paper);
+    QCOMPARE(paper, 7U);
+    m_plugin.destruct(nullptr);
 }
 
 void SketchFilterTest::instancesInThreads()
