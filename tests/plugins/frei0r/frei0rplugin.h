@@ -14,7 +14,7 @@ extern "C" {
 struct Plugin
 {
     Plugin()
-        : library(QStringLiteral(CRAYVELL_FREI0R))
+        : module(QStringLiteral(CRAYVELL_FREI0R))
     {
         resolve(init, "f0r_init");
         resolve(deinit, "f0r_deinit");
@@ -27,7 +27,7 @@ struct Plugin
         resolve(update, "f0r_update");
     }
 
-    QLibrary library;
+    QLibrary module;
     bool isComplete = true;
     decltype(&f0r_init) init;
     decltype(&f0r_deinit) deinit;
@@ -42,7 +42,7 @@ struct Plugin
 private:
     template <typename Function> void resolve(Function &function, const char *name)
     {
-        function = reinterpret_cast<Function>(library.resolve(name));
+        function = reinterpret_cast<Function>(module.resolve(name));
         isComplete = isComplete && function;
     }
 };

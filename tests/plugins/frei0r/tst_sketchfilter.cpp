@@ -54,7 +54,7 @@ private:
 
 void SketchFilterTest::initTestCase()
 {
-    QVERIFY2(m_plugin.isComplete, qPrintable(m_plugin.library.errorString()));
+    QVERIFY2(m_plugin.isComplete, qPrintable(m_plugin.module.errorString()));
     QVERIFY(m_plugin.init() >= 0); // what hosts ask for
 }
 
