@@ -138,7 +138,7 @@ TiffDecoder::TiffDecoder(TiffFile file, QImage::Format rowFormat, const Decoding
 
 qint64 TiffDecoder::memoryNeed() const
 {
-    // The band, its rows as the file has them, and what conversion makes of these.
+    // The band, and more room than a row as the file has it and its conversion take.
     const int bits = QImage::toPixelFormat(m_rowFormat).bitsPerPixel() + 0;
     const qint64 bands = 2 * bandNeed() + bandNeed() * bits / (8 * bytesPerPixel);
     // A strip is read as a whole, still compressed.
@@ -147,22 +147,25 @@ qint64 TiffDecoder::memoryNeed() const
 
 void TiffDecoder::decode(uchar *target, int count)
 {
-    QImage band(m_size.width(), count, m_rowFormat);
-    if (band.isNull())
+    // Row by row, in little memory that stays: pictures of a whole band would be mapped
+    // anew each time.
+    if (m_pixels.isNull())
+        m_pixels = QImage(m_size.width(), 1, m_rowFormat);
+    if (m_pixels.isNull())
         throw std::bad_alloc();
     for (int y = 0; y < count; ++y, ++m_row) {
-        uchar *const row = band.scanLine(y);
+        uchar *const row = m_pixels.bits();
         // Failing in the toolkit's words, as for every other TIFF.
         if (TIFFReadScanline(m_file.get(), row, m_row, 0) < 0)
             throw PhotoError("cannot be decoded: Unable to read image data");
-        addAlpha(row, band.width(), m_rowFormat);
+        addAlpha(row, m_pixels.width(), m_rowFormat);
         if (m_rowFormat == QImage::Format_RGBA8888_Premultiplied && m_hasSeparateAlpha)
-            multiplyByAlpha(row, band.width());
+            multiplyByAlpha(row, m_pixels.width());
+        const QImage converted = m_pixels.convertToFormat(QImage::Format_ARGB32);
+        if (converted.isNull())
+            throw std::bad_alloc();
+        target = std::copy_n(converted.constBits(), converted.sizeInBytes(), target);
     }
-    band = band.convertToFormat(QImage::Format_ARGB32);
-    if (band.isNull())
-        throw std::bad_alloc();
-    std::copy_n(band.constBits(), band.sizeInBytes(), target);
 }
 
 } // namespace photo

@@ -31,6 +31,7 @@ private:
     QImage::Format m_rowFormat; // has the samples as the file has them
     bool m_hasSeparateAlpha; // colours are not multiplied by it
     QSize m_size;
+    QImage m_pixels; // one row, as the file has it
     uint32_t m_row = 0; // the next one
 };
 
