@@ -120,8 +120,7 @@ for test in sketch window film operation library; do
     step "test: $test"
     smoke $test
 done
-[[ -z $kept ]] || cp "$builder"/build/crayvell_*.{deb,changes} "$builder"/build/*crayvell-*.deb \
-    "$user/tmp/artifacts/window.png" "$kept"
+[[ -z $kept ]] || cp "$builder"/build/*crayvell*.{deb,changes} "$user/tmp/artifacts/window.png" "$kept"
 
 step "removing them"
 in_system "$user" apt-get purge --quiet=2 --yes crayvell crayvell-batch libcrayvell-dev \
