@@ -97,11 +97,15 @@ function(_crayvell_check_file top folder allowed source)
 endfunction()
 
 # Folders at the top with sources that no rule is about: what they may include would
-# be for nobody to say.
+# be for nobody to say. A folder that CMake builds in, under any name, has none of ours,
+# nor has the one that packages are made in.
 function(_crayvell_check_top_folders top)
     file(GLOB folders RELATIVE "${top}" "${top}/*")
-    list(FILTER folders EXCLUDE REGEX "^(\\..*|build.*|tests|bench)$")
+    list(FILTER folders EXCLUDE REGEX "^(\\..*|build.*|debian|tests|bench)$")
     foreach(folder IN LISTS folders)
+        if(EXISTS "${top}/${folder}/CMakeFiles")
+            continue()
+        endif()
         file(GLOB_RECURSE sources "${top}/${folder}/*.cpp" "${top}/${folder}/*.h")
         _crayvell_folder_of("${folder}/" known)
         if(sources AND NOT known)
