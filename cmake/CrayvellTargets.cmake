@@ -8,9 +8,14 @@ function(crayvell_configure_target target)
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
     # -Wno-restrict: gcc 12 warns falsely about "text" + std::string (its bug 105651).
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
-        -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2 -Wno-restrict
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wformat=2
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
         $<$<BOOL:${CRAYVELL_WERROR}>:-Werror>)
-    if(CRAYVELL_SANITIZE)
+    if(CRAYVELL_SANITIZE MATCHES "^(thread|memory)$")
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${CRAYVELL_SANITIZE} -fno-omit-frame-pointer)
+        target_link_options(${target} PUBLIC -fsanitize=${CRAYVELL_SANITIZE})
+    elseif(CRAYVELL_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=address,undefined
             -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
         target_link_options(${target} PUBLIC -fsanitize=address,undefined)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Fuzzes each target for so many seconds: tests/fuzz/run.sh SECONDS [TARGET...]
-# What is found, and the inputs that reached new code, stay below build/fuzz/.
-# Needs clang and libFuzzer (Debian: clang-14 libclang-rt-14-dev).
+# What is found, the inputs that reached new code and what all runs together took stay
+# below build/fuzz/. Needs clang and libFuzzer (Debian: clang-14 libclang-rt-14-dev).
 set -euo pipefail
 root=$(readlink -f "$(dirname "${BASH_SOURCE[0]}")/../..")
 seconds=${1:?usage: tests/fuzz/run.sh SECONDS [TARGET...]}
@@ -16,19 +16,29 @@ work=$root/build/fuzz
 # The toolkit and its fonts keep what they made once to the end.
 export ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 QT_QPA_PLATFORM=offscreen
 "$work/tests/fuzz/crayvell_fuzzseeds" "$work/seeds"
+mkdir -p "$work/runs"
+
+# fuzz TARGET: a line "EXECUTIONS PROCESSOR-SECONDS" for the runs' file.
+fuzz() {
+    local log=$work/$1.log used TIMEFORMAT='%U %S'
+    mkdir -p "$work/corpus/$1" "$work/found/$1"
+    used=$({ time "$work/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=25 \
+        -rss_limit_mb=2048 -max_len=16384 -print_final_stats=1 \
+        -artifact_prefix="$work/found/$1/" "$work/corpus/$1" "$work/seeds/$1" \
+        >"$log" 2>&1 || true; } 2>&1)
+    awk -v used="$used" '/^stat::number_of_executed_units/ { runs = $2 }
+        END { split(used, part, " "); print runs + 0, part[1] + part[2] }' "$log"
+}
 
 faults=0
-printf '%-10s %12s %10s %8s %8s\n' target executions coverage inputs faults
+printf '%-10s %12s %10s %8s %8s %8s\n' target executions 'processor' coverage inputs faults
 for target in "${targets[@]}"; do
-    mkdir -p "$work/corpus/$target" "$work/found/$target"
-    log=$work/$target.log
-    "$work/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 \
-        -max_len=16384 -print_final_stats=1 -artifact_prefix="$work/found/$target/" \
-        "$work/corpus/$target" "$work/seeds/$target" >"$log" 2>&1 || true
-    executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
-    coverage=$(grep -o 'cov: [0-9]*' "$log" | tail -1)
+    fuzz "$target" >>"$work/runs/$target"
+    read -r executions used < <(awk '{ runs += $1; used += $2 }
+        END { printf "%.0f %.0f\n", runs, used }' "$work/runs/$target")
+    coverage=$(grep -o 'cov: [0-9]*' "$work/$target.log" | tail -1)
     found=$(find "$work/found/$target" -type f | wc -l)
-    printf '%-10s %12s %10s %8s %8s\n' "$target" "${executions:-0}" "${coverage#cov: }" \
+    printf '%-10s %12s %8s s %8s %8s %8s\n' "$target" "$executions" "$used" "${coverage#cov: }" \
         "$(find "$work/corpus/$target" -type f | wc -l)" "$found"
     faults=$((faults + found))
 done

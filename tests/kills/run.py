@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """Ends programs by signals at random moments and looks at what they leave.
 
-    tests/kills/run.py [--seed N] [--scale PERCENT] [--build FOLDER]
+    tests/kills/run.py [--seed N] [--scale PERCENT] [--build FOLDER] [--folder FOLDER...]
 
 An album run is killed 10,000 times, interrupted by SIGINT and SIGTERM 1,000 times each,
-and a save of the window is killed 1,000 times; --scale 1 makes a hundredth of that. Half
-of them on a file system with files without a name, half without (tests/support/nthcall.cpp
-refuses them). After each, an output must be old, complete or absent, no photo changed, and
-after SIGINT and SIGTERM nothing else may be left. Prints a line for each kind of run; exit
-code 1 where anything was wrong, with the folder that shows it.
+and a window that saves is killed 1,000 times; --scale 1 makes a hundredth of that. Half of
+them on a file system with files without a name, half without: in the --folder that has
+none, else by tests/support/nthcall.cpp, which refuses them. After each, an output must be
+old, complete or absent, no photo changed, and after SIGINT and SIGTERM nothing else may be
+left. Prints a line for each kind of run; exit code 1 where anything was wrong, with the
+folder that shows it.
 """
 
 import argparse
@@ -26,9 +27,18 @@ OLD = b"mine"
 OUTPUTS = ("a", "b")
 
 
-def environment(named, build):
-    variables = dict(os.environ, QT_QPA_PLATFORM="offscreen")
-    if named:
+def has_unnamed_files(folder):
+    try:
+        os.close(os.open(folder, os.O_TMPFILE | os.O_WRONLY, 0o600))
+        return True
+    except OSError:
+        return False
+
+
+def environment(refused, build, home):
+    variables = dict(os.environ, QT_QPA_PLATFORM="offscreen", HOME=str(home))
+    variables.pop("XDG_CONFIG_HOME", None)
+    if refused:
         variables["LD_LIBRARY_PATH"] = str(build / "tests/support")
         variables["LD_PRELOAD"] = "libcrayvell_nthcall.so"  # a path would end at a space
         variables["NTH_CALL_REFUSED"] = "unnamed"
@@ -75,7 +85,7 @@ class Album:
 
 
 class Save:
-    """The window's save over a file that is there."""
+    """A window that saves over a file that is there."""
 
     def __init__(self, build):
         self.build = build
@@ -84,7 +94,7 @@ class Save:
         (folder / "sketch.png").write_bytes(OLD)
 
     def command(self):
-        return [self.build / "tests/photo/crayvell_savesketch", "sketch.png"]
+        return [self.build / "tests/kills/crayvell_savingwindow", "sketch.png"]
 
     def faults(self, folder, good, by):
         if (folder / "sketch.png").read_bytes() not in (OLD, good):
@@ -94,54 +104,76 @@ class Save:
         return (folder / "sketch.png").read_bytes()
 
 
-def run_once(kind, variables, folder, wait):
-    """Starts the program; ends it after so many seconds by a signal, if one is given."""
+def start(kind, variables, folder):
+    """A running program, and the moment from which on it may be ended."""
+    is_telling = isinstance(kind, Save)
     process = subprocess.Popen(kind.command(), cwd=folder, env=variables,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    if wait is None:
-        return process.wait(60)
-    by, seconds = wait
-    end = time.perf_counter() + seconds
+                               stdout=subprocess.PIPE if is_telling else subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
+    if is_telling and process.stdout.readline() != b"saving\n":
+        sys.exit("the window does not save")
+    return process, time.perf_counter()
+
+
+def run_whole(kind, variables, folder):
+    """How many seconds a run takes that nobody ends."""
+    process, begin = start(kind, variables, folder)
+    if process.stdout:
+        process.stdout.readline()
+    else:
+        process.wait(60)
+    seconds = time.perf_counter() - begin
+    if process.wait(60) != 0:
+        sys.exit("the run that nobody ends fails")
+    return seconds
+
+
+def run_until(kind, variables, folder, by, seconds):
+    """The exit code of a run that gets a signal after so many seconds."""
+    process, begin = start(kind, variables, folder)
+    end = begin + seconds
     while time.perf_counter() < end and process.poll() is None:
         time.sleep(max(min(end - time.perf_counter(), 0.001), 0))
     process.send_signal(by)
-    return process.wait(60)
+    code = process.wait(60)
+    if process.stdout:
+        process.stdout.close()
+    return code
 
 
-def try_kind(title, kind, by, count, named, numbers, build):
-    variables = environment(named, build)
-    top = pathlib.Path(tempfile.mkdtemp(prefix="kills-"))
+def try_kind(title, kind, by, count, folder, refused, numbers, build):
+    top = pathlib.Path(tempfile.mkdtemp(prefix="kills-", dir=folder))
+    variables = environment(refused, build, top)
     durations = []
     for i in range(5):
-        folder = top / f"good{i}"
-        folder.mkdir()
-        kind.fill(folder)
-        begin = time.perf_counter()
-        if run_once(kind, variables, folder, None) != 0:
-            sys.exit(f"{title}: the run that nobody ends fails")
-        durations.append(time.perf_counter() - begin)
-        good = kind.good(folder)
-    hits = wrong = runs = 0
+        whole = top / f"good{i}"
+        whole.mkdir()
+        kind.fill(whole)
+        durations.append(run_whole(kind, variables, whole))
+        good = kind.good(whole)
+    hits = wrong = runs = strays = 0
     while hits < count and runs < 20 * count:
-        folder = top / "run"
-        folder.mkdir()
-        kind.fill(folder)
-        moment = numbers.uniform(0, 1.1 * sorted(durations)[2])
-        code = run_once(kind, variables, folder, (by, moment))
+        run = top / "run"
+        run.mkdir()
+        kind.fill(run)
+        code = run_until(kind, variables, run, by, numbers.uniform(0, 1.1 * sorted(durations)[2]))
         runs += 1
         hits += code == -by
-        faults = list(kind.faults(folder, good, by))
+        faults = list(kind.faults(run, good, by))
+        strays += any(path.name.startswith((".", "sketch.png.")) and "photo" not in path.name
+                      for path in run.rglob("*"))
         if code not in (0, -by):
             faults.append(f"exit code {code}")
         if faults:
             wrong += 1
             kept = top / f"fault{wrong}"
-            folder.rename(kept)
+            run.rename(kept)
             print(f"{kept}: {'; '.join(faults)}")
         else:
-            shutil.rmtree(folder)
-    way = "hidden names" if named else "unnamed files"
-    print(f"{title}, {by.name}, {way}: {hits} ended in {runs} runs, {wrong} faults", flush=True)
+            shutil.rmtree(run)
+    way = "unnamed files" if has_unnamed_files(top) and not refused else "hidden names"
+    print(f"{title}, {by.name}, {way}: {hits} ended in {runs} runs, "
+          f"{strays} with a temporary file left, {wrong} faults", flush=True)
     if not wrong:
         shutil.rmtree(top)
     return wrong + (hits < count)
@@ -151,6 +183,8 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--scale", type=float, default=100, help="per cent of the full number")
+    parser.add_argument("--folder", type=pathlib.Path, action="append", default=[],
+                        help="where to run: one with and one without unnamed files")
     parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
     options = parser.parse_args()
     build = options.build.resolve()
@@ -158,12 +192,15 @@ def main():
     rows = [("album", Album(build), signal.SIGKILL, 10_000),
             ("album", Album(build), signal.SIGINT, 1_000),
             ("album", Album(build), signal.SIGTERM, 1_000),
-            ("save", Save(build), signal.SIGKILL, 1_000)]
+            ("window", Save(build), signal.SIGKILL, 1_000)]
+    places = {has_unnamed_files(folder): (folder, False) for folder in options.folder}
+    places.setdefault(True, (None, False))
+    places.setdefault(False, (None, True))
     wrong = 0
     for title, kind, by, count in rows:
-        for named in (False, True):
+        for folder, refused in places.values():
             half = max(int(count * options.scale / 200), 1)
-            wrong += try_kind(title, kind, by, half, named, numbers, build)
+            wrong += try_kind(title, kind, by, half, folder, refused, numbers, build)
     sys.exit(1 if wrong else 0)
 
 
