@@ -36,8 +36,14 @@ def run(command, folder):
     return usage.ru_utime + usage.ru_stime, time.perf_counter() - begin, usage.ru_maxrss
 
 
-def names(count):
-    return [f"{i // IN_A_FOLDER:04}/{i % IN_A_FOLDER:03}.jpg" for i in range(count)]
+def names(begin, end):
+    """One after the other: what this script held would count for the programs it starts."""
+    return (f"{i // IN_A_FOLDER:04}/{i % IN_A_FOLDER:03}.jpg" for i in range(begin, end))
+
+
+def write_list(folder, count):
+    with open(folder / "list", "w", encoding="ascii") as file:
+        file.writelines(f"{name}\n" for name in names(0, count))
 
 
 def make_photos(folder, build, count):
@@ -45,7 +51,7 @@ def make_photos(folder, build, count):
     subprocess.run([build / "tests/fuzz/crayvell_fuzzseeds", seeds], check=True)
     photo = (seeds / "album" / "colour.jpeg").read_bytes()
     shutil.rmtree(seeds)
-    for name in names(count):
+    for name in names(0, count):
         path = folder / name
         if name.endswith("/000.jpg"):
             path.parent.mkdir()
@@ -53,7 +59,7 @@ def make_photos(folder, build, count):
 
 
 def sketch(folder, program, count):
-    (folder / "list").write_text("\n".join(names(count)) + "\n")
+    write_list(folder, count)
     figures = run([program, "-q", "-j1", "--files-from", "list", "--keep-folders",
                    "--output-dir", "out"], folder)
     made = sum(len(files) for _, _, files in os.walk(folder / "out"))
@@ -64,7 +70,7 @@ def sketch(folder, program, count):
 
 
 def plan(folder, program, count):
-    (folder / "list").write_text("\n".join(names(count)) + "\n")
+    write_list(folder, count)
     return run([program, "-q", "--dry-run", "--files-from", "list", "--keep-folders",
                 "--output-dir", "out"], folder)
 
@@ -103,7 +109,7 @@ def try_all(folder, program, build, photos, planned):
 
 def make_empty(folder, begin, end):
     """The names that no photo has yet: files without content, which a plan does not open."""
-    for name in names(end)[begin:]:
+    for name in names(begin, end):
         path = folder / name
         path.parent.mkdir(exist_ok=True)
         path.touch()
