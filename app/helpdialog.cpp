@@ -7,12 +7,20 @@
 #include "app/homepage.h"
 #include "ui_helpdialog.h"
 
+namespace {
+
+constexpr QColor lightGroundLink(0, 0, 255);
+constexpr QColor darkGroundLink(125, 170, 255);
+
+} // namespace
+
 HelpDialog::HelpDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui_HelpDialog)
 {
     ui->setupUi(this);
     fillInHomepage();
+    colourLinks();
     nameTheText();
 }
 
@@ -34,6 +42,8 @@ void HelpDialog::changeEvent(QEvent *event)
         fillInHomepage();
         nameTheText();
     }
+    if (event->type() == QEvent::LanguageChange || event->type() == QEvent::PaletteChange)
+        colourLinks();
 }
 
 // The translated text says %1 where the address belongs, and links there.
@@ -47,6 +57,20 @@ void HelpDialog::fillInHomepage()
         if (format.anchorHref() == placeholder)
             format.setAnchorHref(homepage());
         found.insertText(homepage(), format);
+    }
+}
+
+// The text has a dark blue of its own, which nobody can read on a dark ground.
+void HelpDialog::colourLinks()
+{
+    const bool isDark = palette().color(QPalette::Base).lightness() < 128;
+    const QTextDocument *document = ui->textBrowser->document();
+    QTextCharFormat colour;
+    colour.setForeground(isDark ? darkGroundLink : lightGroundLink);
+    for (QTextCursor found = document->find(homepage()); !found.isNull();
+         found = document->find(homepage(), found)) {
+        if (found.charFormat().isAnchor())
+            found.mergeCharFormat(colour);
     }
 }
 

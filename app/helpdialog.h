@@ -21,6 +21,7 @@ private slots:
 
 private:
     void fillInHomepage();
+    void colourLinks();
     void nameTheText();
 
     Ui_HelpDialog *ui;

@@ -43,8 +43,9 @@ bool serves(const Translation &translation, const QLocale &reader)
             || translation.territory == reader.territory());
 }
 
-// Whether the environment asks for plain texts. LANGUAGE has no say then, as in every
-// program with message catalogues; the toolkit would listen to it all the same.
+// Whether the environment asks for plain texts, as one without any locale does. LANGUAGE
+// has no say then, as in every program with message catalogues; the toolkit would listen to
+// it all the same. Where the system keeps the locale elsewhere, it may have one even so.
 bool isPlainEnvironment()
 {
     for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -52,7 +53,11 @@ bool isPlainEnvironment()
         if (!name.isEmpty())
             return name == "C" || name == "POSIX" || name.startsWith("C.");
     }
+#if defined(Q_OS_UNIX) && !defined(Q_OS_DARWIN)
+    return true;
+#else
     return false;
+#endif
 }
 
 std::unique_ptr<QTranslator> loaded(const QString &name, const QString &folder)

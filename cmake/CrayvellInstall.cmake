@@ -62,10 +62,12 @@ if(CRAYVELL_BATCH)
     _crayvell_install_icons(${homepage_id}.crayvell.batch batch)
 endif()
 
-# The pages as they link to each other, and the licence.
+# The pages as they link to each other, with the pictures and the licence that they show;
+# links to sources lead nowhere there.
 set(docs "${CMAKE_INSTALL_DATADIR}/doc/crayvell")
-install(FILES README.md CHANGELOG.md LICENSES/GPL-3.0-or-later.txt COMPONENT doc
-    DESTINATION "${docs}")
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md COMPONENT doc DESTINATION "${docs}")
+install(FILES LICENSES/GPL-3.0-or-later.txt COMPONENT doc DESTINATION "${docs}/LICENSES")
+install(FILES examples/beach/beach.jpg COMPONENT doc DESTINATION "${docs}/examples/beach")
 install(DIRECTORY docs/ COMPONENT doc DESTINATION "${docs}/docs"
     FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.jpg")
 

@@ -164,7 +164,7 @@ will be opened)</source>
     </message>
     <message>
         <source>Image Files (*.png *.jpg *.bmp *.jpeg *.tiff *.tif *.gif);;All files (*.*)</source>
-        <translation>ملفات الصور (*.png *.jpg *.bmp *.jpeg *.tiff *.tif *.gif);;كل الملفات (*.*)</translation>
+        <translation>ملفات الصور ‎(*.png *.jpg *.bmp *.jpeg *.tiff *.tif *.gif);;كل الملفات (*.*)</translation>
     </message>
     <message>
         <source>No file selected</source>

@@ -202,11 +202,11 @@ https://www.dellumbra.example/</translation>
     </message>
     <message>
         <source>Photo %1, %2 by %3 pixels</source>
-        <translation>Zdjęcie %1, %2 na %3 pikseli</translation>
+        <translation>Zdjęcie %1, rozmiar w pikselach: %2 na %3</translation>
     </message>
     <message>
         <source>Sketch of %1, %2 by %3 pixels</source>
-        <translation>Szkic zdjęcia %1, %2 na %3 pikseli</translation>
+        <translation>Szkic zdjęcia %1, rozmiar w pikselach: %2 na %3</translation>
     </message>
 </context>
 </TS>

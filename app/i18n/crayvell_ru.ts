@@ -202,11 +202,11 @@ https://www.dellumbra.example/</translation>
     </message>
     <message>
         <source>Photo %1, %2 by %3 pixels</source>
-        <translation>Фотография %1, %2 на %3 пикселей</translation>
+        <translation>Фотография %1, размер в пикселях: %2 на %3</translation>
     </message>
     <message>
         <source>Sketch of %1, %2 by %3 pixels</source>
-        <translation>Набросок %1, %2 на %3 пикселей</translation>
+        <translation>Набросок %1, размер в пикселях: %2 на %3</translation>
     </message>
 </context>
 </TS>

@@ -211,7 +211,7 @@ bool Reporter::end()
     clearBar();
     if (m_lostOutput) {
         const std::string what = m_options.json ? "JSON" : "plan";
-        writeLine("-: cannot write all of the " + what + " to standard output");
+        writeLine("crayvell-batch: cannot write all of the " + what + " to standard output");
     }
     const bool isWanted = m_options.verbose || (m_showsBar && m_total > 1);
     if (isWanted)

@@ -111,12 +111,14 @@ std::string unknownName(const std::string &argument)
 {
     const std::string option = argument.substr(0, argument.find('='));
     const std::string name = option.substr(2);
-    const std::vector<std::string> candidates = namesThatBegin(name);
+    // Every option begins with nothing.
+    const std::vector<std::string> candidates =
+        name.empty() ? std::vector<std::string> {} : namesThatBegin(name);
     if (candidates.size() > 1)
         return option + " is ambiguous: " + alternatives(candidates);
     if (isFile(argument))
         return "unknown option " + argument + "; " + afterDashes;
-    return "unknown option " + option + meant(nearestNames(name));
+    return "unknown option " + (name.empty() ? argument : option) + meant(nearestNames(name));
 }
 
 std::string unknownLetter(char letter, const std::string &argument)

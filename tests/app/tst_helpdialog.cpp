@@ -95,6 +95,7 @@ private slots:
     void productNameIsBold();
     void processImageIsInline();
     void linkLooksLikeOne();
+    void linkIsReadableOnDarkGround();
     void linkOpensOutside();
     void everyTriggerShowsAFurtherDialog();
     void okClosesWithoutDeleting();
@@ -220,6 +221,20 @@ void HelpDialogTest::linkLooksLikeOne()
     QCOMPARE(format.anchorHref(), address);
     QVERIFY(format.fontUnderline());
     QCOMPARE(format.foreground().color(), QColor(0, 0, 255));
+}
+
+// As much lighter than the ground as small print needs.
+void HelpDialogTest::linkIsReadableOnDarkGround()
+{
+    HelpDialog dialog;
+    QPalette dark;
+    dark.setColor(QPalette::Base, QColor(0x20, 0x23, 0x26));
+    dark.setColor(QPalette::Text, Qt::white);
+    const QPalette light = dialog.palette();
+    dialog.setPalette(dark);
+    QVERIFY(formatOf(*textOf(dialog), address).foreground().color().lightness() > 160);
+    dialog.setPalette(light);
+    QCOMPARE(formatOf(*textOf(dialog), address).foreground().color(), QColor(0, 0, 255));
 }
 
 void HelpDialogTest::linkOpensOutside()

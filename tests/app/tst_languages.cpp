@@ -122,6 +122,7 @@ void LanguagesTest::chosenByTheEnvironment_data()
     row("POSIX", "LANG=POSIX LANGUAGE=ja", "");
     row("with a modifier", "LANG=de_DE@euro", "de");
     row("Taiwan", "LANG=zh_TW.UTF-8", "");
+    row("LANGUAGE alone", "LANGUAGE=de", "");
     row("no such locale", "LANG=nonsense", "");
 }
 

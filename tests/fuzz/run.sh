@@ -22,7 +22,7 @@ mkdir -p "$work/runs"
 fuzz() {
     local log=$work/$1.log used TIMEFORMAT='%U %S'
     mkdir -p "$work/corpus/$1" "$work/found/$1"
-    used=$({ time "$work/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=25 \
+    used=$({ time "$work/tests/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=25 -report_slow_units=25 \
         -rss_limit_mb=2048 -max_len=16384 -print_final_stats=1 \
         -artifact_prefix="$work/found/$1/" "$work/corpus/$1" "$work/seeds/$1" \
         >"$log" 2>&1 || true; } 2>&1)

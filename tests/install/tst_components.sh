@@ -37,8 +37,9 @@ expected() {
         icons $id.batch
         ;;
     doc)
-        printf 'share/doc/crayvell/%s\n' CHANGELOG.md GPL-3.0-or-later.txt README.md \
-            docs/architecture.md docs/batch.md docs/install.md docs/window.png
+        printf 'share/doc/crayvell/%s\n' CHANGELOG.md CONTRIBUTING.md LICENSES/GPL-3.0-or-later.txt \
+            README.md docs/architecture.md docs/batch.md docs/install.md docs/window.png \
+            examples/beach/beach.jpg
         ;;
     frei0r)
         printf '%s\n' lib/frei0r-1/crayvell.so share/kdenlive/effects/frei0r_crayvell.xml

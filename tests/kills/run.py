@@ -152,7 +152,7 @@ def try_kind(title, kind, by, count, folder, refused, numbers, build):
         durations.append(run_whole(kind, variables, whole))
         good = kind.good(whole)
     hits = wrong = runs = strays = 0
-    while hits < count and runs < 20 * count:
+    while hits < count and runs < 4 * count:
         run = top / "run"
         run.mkdir()
         kind.fill(run)
@@ -187,6 +187,8 @@ def main():
                         help="where to run: one with and one without unnamed files")
     parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
     options = parser.parse_args()
+    # In the background of a shell SIGINT is ignored, and would be by every program from here.
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     build = options.build.resolve()
     numbers = random.Random(options.seed)
     rows = [("album", Album(build), signal.SIGKILL, 10_000),

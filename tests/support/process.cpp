@@ -74,7 +74,7 @@ qint64 addressSpace()
 
 bool isSanitized()
 {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return true;
 #else
     return false;

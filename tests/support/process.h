@@ -45,7 +45,8 @@ qint64 addressSpace();
 // system cannot.
 bool forgetPeak();
 
-// Whether the address sanitizer is built in, whose own memory hides ours.
+// Whether the address or the thread sanitizer is built in, whose own memory, threads and
+// place before all other libraries hide ours.
 bool isSanitized();
 
 } // namespace process

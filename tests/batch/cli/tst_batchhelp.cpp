@@ -123,6 +123,7 @@ void tst_BatchHelp::refusalsHelp_data()
         << List {"--frobnicate"} << QByteArray("unknown option --frobnicate");
     QTest::newRow("beginning of several")
         << List {"--o"} << QByteArray("--o is ambiguous: --output, --output-dir or --overwrite");
+    QTest::newRow("a value of no name") << List {"--=3"} << QByteArray("unknown option --=3");
     QTest::newRow("value that is not taken")
         << List {"--version=1"} << QByteArray("--version takes no value, but got '1'");
     QTest::newRow("the same, abbreviated")
