@@ -4,6 +4,7 @@
 #include "tests/batch/batchprocess.h"
 #include "tests/batch/failingcalls.h"
 #include "tests/support/hostilephotos.h"
+#include "tests/support/process.h"
 #include "tests/support/testmain.h"
 
 // What a photo's file may do while it is read, and what it may cost.
@@ -88,6 +89,8 @@ void tst_BatchReading::aReadThatFailsIsNamed()
 
 void tst_BatchReading::animationsAreCountedBeforehand()
 {
+    if (process::isSanitized())
+        QSKIP("the sanitizer takes more address space than the limit");
     BatchProcess batch;
     const QByteArray photo = hostilephotos::animatedWebP(16383, 16383);
     QVERIFY2(photo.size() < 200, QByteArray::number(photo.size()));
@@ -115,6 +118,8 @@ void tst_BatchReading::segmentsWithoutEndAreRefused()
 
 void tst_BatchReading::sharedValuesAreNotRead()
 {
+    if (process::isSanitized())
+        QSKIP("the sanitizer takes more address space than the limit");
     BatchProcess batch;
     batch.write("many", hostilephotos::tiffWithSharedValues(1000, false));
     batch.write("big", hostilephotos::tiffWithSharedValues(1000, true));
