@@ -14,7 +14,7 @@ fail() {
 # The ends of the daemons' logs; once, and before what says why.
 show_logs() {
     [[ -d ${scratch:-}/log && ! -e $scratch/state/told ]] || return 0
-    tail -n 5 "$scratch"/log/* >&2 || true
+    find "$scratch/log" -type f -size +0 -exec tail -v -n 5 {} + >&2 || true
     touch "$scratch/state/told"
 }
 
@@ -30,7 +30,7 @@ enter_own_system() {
     shift
     ((EUID == 0)) || fail "Daemons of one's own take root."
     # The daemons' files of settings, Slurm's above all, know no quotes.
-    [[ ${TMPDIR:-/tmp} =~ ^[A-Za-z0-9/._-]+$ ]] || fail "TMPDIR has a name of other than plain letters."
+    [[ ${TMPDIR:-/tmp} =~ ^[A-Za-z0-9/._-]+$ ]] || fail "The name of TMPDIR has more than letters."
     install_packages "${run_packages[@]}" imagemagick util-linux iproute2 "${packages[@]}"
     [[ -f $root/build/release/build.ninja ]] || configure release
     build release crayvell-batch

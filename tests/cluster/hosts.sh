@@ -38,6 +38,8 @@ Host $host
     StrictHostKeyChecking no
     UserKnownHostsFile /dev/null
     LogLevel ERROR
+    # Photos wait for a host that is being started again, instead of failing all.
+    ConnectionAttempts 30
 END
         cat >"$scratch/state/sshd_config.$host" <<END
 ListenAddress 127.0.0.1
@@ -78,12 +80,12 @@ start_hosts() {
     done
 }
 
-# kill_processes_of MOUNT_NAMESPACE: kills them; fails where there are none.
+# kill_processes_of NAMESPACE: kills them; fails where there are none. Starts no process for
+# that, so that the host is back before many photos have failed for want of it.
 kill_processes_of() {
     local process found=1
     for process in /proc/[0-9]*; do
-        [[ $(readlink "$process/ns/mnt" 2>/dev/null) == "$1" ]] || continue
-        kill -KILL "${process#/proc/}" 2>/dev/null && found=0
+        [[ ! $process/ns/mnt -ef $1 ]] || ! kill -KILL "${process#/proc/}" 2>/dev/null || found=0
     done
     return "$found"
 }
@@ -92,8 +94,9 @@ kill_processes_of() {
 # namespace. Again until there are none, for they start others meanwhile.
 kill_host() {
     local name=${1}_pid namespace
-    namespace=$(readlink "/proc/${!name}/ns/mnt")
-    while kill_processes_of "$namespace"; do :; done
+    exec {namespace}<"/proc/${!name}/ns/mnt"
+    while kill_processes_of "/proc/$$/fd/$namespace"; do :; done
+    exec {namespace}<&-
     wait "${!name}" 2>/dev/null || true
 }
 
