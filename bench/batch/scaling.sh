@@ -35,8 +35,9 @@ cd "$scratch"
 head_row() {
     local column row='|' line='|'
     for column in "$@"; do
-        row+=" ${column%:} |"
-        [[ $column == *: ]] && line+='---|' || line+='--:|'
+        column=${column:+ $column}
+        row+="${column%:} |"
+        [[ -z $column || $column == *: ]] && line+='---|' || line+='--:|'
     done
     printf '%s\n%s\n' "$row" "$line"
 }
@@ -135,12 +136,16 @@ calls_a_photo() {
     make_photo 2 1600x1200
     calls_of 20 >few
     calls_of 60 >many
-    echo "A photo of $(bytes_in calls20 | awk '{ print $1 / 20 }') bytes," \
-        "a sketch of $(bytes_in sketches | awk '{ print $1 / 60 }')"
     head_row call: 'times a photo' bytes
-    join -a 2 -e 0 -o 0,1.2,2.2,1.3,2.3 few many | awk '($3 - $2) / 40 >= 0.5 {
-        printf "| `%s` | %.0f | %s |\n", $1, ($3 - $2) / 40,
-            $1 ~ /read|write/ ? ($5 - $4) / 40 : "" }' | sort -t '|' -k 3,3 -rn
+    join -a 2 -e 0 -o 0,1.2,2.2,1.3,2.3 few many |
+        awk -v photo="$(bytes_in calls20)" -v sketch="$(bytes_in sketches)" '
+            ($3 - $2) / 40 >= 0.5 {
+                moved = ($5 - $4) / 40
+                if ($1 ~ /read/) moved = " " moved ", of a file of " photo / 20
+                else if ($1 ~ /write/) moved = " " moved ", of a sketch of " sketch / 60
+                else moved = ""
+                printf "| `%s` | %.0f |%s |\n", $1, ($3 - $2) / 40, moved
+            }' | sort -s -t '|' -k 3,3 -rn | sed -E ':next; s/\B[0-9]{3}\>/,&/; t next'
 }
 
 # late_clock MICROSECONDS JOBS FOLDER: seconds on the clock, when each call that names a file
@@ -161,7 +166,7 @@ named_calls_late() {
     album 0.3 60 many
     head_row 'milliseconds a call' 'photos at a time' 'ms on the clock, a photo'
     for jobs in 1 8; do
-        for delay in 0 5000 10000; do
+        for delay in 0 5000; do
             echo "$delay $jobs $(late_clock "$delay" "$jobs" few)" \
                 "$(late_clock "$delay" "$jobs" many)"
         done
@@ -219,16 +224,16 @@ where_time_goes() {
     album_of_24
     perf record -q -e cpu-clock -F 499 -o samples \
         "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
-    head_row : "of the processor's time"
+    head_row '' "of the processor's time"
     perf report -q -i samples --sort dso --stdio 2>/dev/null | awk '
         /libjpeg/ { jpeg += $1; next }
         /crayvell/ { program += $1; next }
-        /kernel/ { system += $1; next }
+        /kernel/ { kernel += $1; next }
         { rest += $1 }
         END {
             printf "| the JPEG library | %.0f %% |\n", jpeg
             printf "| the program: edges and levels | %.0f %% |\n", program
-            printf "| the system | %.0f %% |\n| everything else | %.0f %% |\n", system, rest
+            printf "| the system | %.0f %% |\n| everything else | %.0f %% |\n", kernel, rest
         }'
     jpeg=$(ldd "$program" | awk '/libjpeg/ { print $3 }')
     trap 'perf probe -q -d "crayvell:*"; rm -rf "$scratch"' EXIT
@@ -271,7 +276,7 @@ disk_speed() {
     read=$(transferred dd if=blob of=/dev/null iflag=direct)
     rm blob
     echo "$written" "$read" >disk
-    head_row : MB/s
+    head_row '' MB/s
     printf '| written | %.0f |\n| read | %.0f |\n' "$written" "$read"
 }
 
