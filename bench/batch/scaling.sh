@@ -1,21 +1,24 @@
 #!/usr/bin/env bash
-# Measures what docs/scaling.md tells: a core's photos a second by their size, the calls
-# that a photo takes, what planning takes, and where the time goes.
+# Measures what docs/scaling.md tells and prints its tables: a core's photos a second by
+# their size, the calls that a photo takes, what planning takes, where the time goes, and
+# the bill of a million photos.
 set -euo pipefail
 root=$(dirname "$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")")
 source "$root/scripts/setup.sh"
 
-usage="usage: bench/batch/scaling.sh photos|formats|calls|latency|plan|where|disk PHOTO"
-if (($# != 2)); then
+tables=(photos formats plan "done" where disk calls latency bill)
+usage="usage: bench/batch/scaling.sh all|$(IFS='|' && echo "${tables[*]}") PHOTO"
+if (($# != 2)) || [[ " all ${tables[*]} " != *" $1 "* ]]; then
     say "$usage" \
-        "Prints a table of docs/scaling.md; PHOTO is a camera's JPEG file, of 24 megapixels" \
-        "there. Works below TMPDIR (/var/tmp unless set), keeps its photos in build/scaling."
+        "Prints a table of docs/scaling.md, or all; PHOTO is a camera's JPEG file, of 24" \
+        "megapixels there. Works below TMPDIR (/var/tmp unless set), keeps its photos in" \
+        "build/scaling."
     exit 2
 fi
 part=$1 photo=$(readlink -f "$2")
 # Built already, it is not built again: a compiler would be measured, too.
 program=$root/build/release/batch/crayvell-batch
-install_packages imagemagick strace time linux-perf
+install_packages imagemagick strace time linux-perf python3
 [[ -x $program ]] || {
     install_packages "${run_packages[@]}"
     configure release
@@ -26,6 +29,18 @@ mkdir -p "$photos"
 scratch=$(mktemp -d -p "${TMPDIR:-/var/tmp}")
 trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
+
+# head_row COLUMN...: a table's first two lines; numbers stand to the right, words, in
+# columns that end with a colon, to the left.
+head_row() {
+    local column row='|' line='|'
+    for column in "$@"; do
+        column=${column:+ $column}
+        row+="${column%:} |"
+        [[ -z $column || $column == *: ]] && line+='---|' || line+='--:|'
+    done
+    printf '%s\n%s\n' "$row" "$line"
+}
 
 # SIZE GEOMETRY COPIES: photos of one size, as many as take a second or more.
 sizes=("0.3 640x480 120" "2 1600x1200 40" "8 3264x2448 12" "12 4000x3000 8" "24 6000x4000 4"
@@ -51,13 +66,18 @@ album() {
     done
 }
 
-# timed COMMAND...: "SECONDS_OF_PROCESSOR SECONDS MEGABYTES" of the best of five.
+# once COMMAND...: "SECONDS_OF_PROCESSOR SECONDS MEGABYTES" of one run without sketches.
+once() {
+    rm -rf sketches
+    command time -f '%U %S %e %M' -o times "$@" >/dev/null
+    awk '{ print $1 + $2, $3, $4 / 1024 }' times
+}
+
+# timed ROUNDS COMMAND...: the same of the best of so many runs.
 timed() {
-    local i
-    for i in 1 2 3 4 5; do
-        rm -rf sketches
-        command time -f '%U %S %e %M' -o times "$@" >/dev/null
-        awk '{ print $1 + $2, $3, $4 / 1024 }' times
+    local round
+    for ((round = 0; round < $1; ++round)); do
+        once "${@:2}"
     done | sort -n | head -n 1
 }
 
@@ -66,33 +86,37 @@ bytes_in() {
 }
 
 photos_by_size() {
-    local line size geometry copies cpu wall memory
-    echo '| megapixels | MB in | MB out | s of processor | photos/s | megapixels/s |' \
-        'MB/s in | MB/s out | s on the clock |'
+    local line size geometry copies cpu rest
+    head_row megapixels 'MB in' 'MB out' 's of processor' photos/s megapixels/s 'MB/s in' \
+        'MB/s out'
     for line in "${sizes[@]}"; do
         read -r size geometry copies <<<"$line"
         make_photo "$size" "$geometry"
         album "$size" "$copies" "album$size"
-        read -r cpu wall memory < <(timed "$program" -q -j 1 --output-dir sketches "album$size")
-        printf '%s\n' "$size $copies $cpu $wall $(bytes_in "album$size") $(bytes_in sketches)"
-    done | awk '{ printf "| %s | %.2f | %.2f | %.4f | %.1f | %.0f | %.1f | %.1f | %.4f |\n",
-        $1, $5 / $2 / 1e6, $6 / $2 / 1e6, $3 / $2, $2 / $3, $1 * $2 / $3, $5 / $3 / 1e6,
-        $6 / $3 / 1e6, $4 / $2 }'
+        read -r cpu rest < <(timed 5 "$program" -q -j 1 --output-dir sketches "album$size")
+        printf '%s\n' "$size $copies $cpu $(bytes_in "album$size") $(bytes_in sketches)"
+    done | awk '{ printf "| %s | %.2f | %.2f | %.4f | %.1f | %.0f | %.1f | %.1f |\n",
+        $1, $4 / $2 / 1e6, $5 / $2 / 1e6, $3 / $2, $2 / $3, $1 * $2 / $3, $4 / $3 / 1e6,
+        $5 / $3 / 1e6 }'
+}
+
+# The photo of 24 megapixels under eight names.
+album_of_24() {
+    make_photo 24 6000x4000
+    album 24 8 album24
 }
 
 # The same photo of 24 megapixels by the sketch's format, its quality, and the jobs.
 sketches_by_format() {
     local options cpu wall memory
-    make_photo 24 6000x4000
-    album 24 8 album24
-    echo '| options | MB out | s of processor | s on the clock | peak MB |'
+    album_of_24
+    head_row options: 'MB out' 's of processor' 'peak MB'
     for options in '-j 1' '-j 1 --quality 95' '-j 1 --quality 85' '-j 1 --format png' '-j 2'; do
         # shellcheck disable=SC2086 # options are words
         read -r cpu wall memory < <(
-            timed "$program" -q $options --output-dir sketches album24)
-        printf '%s\n' "$options;$(bytes_in sketches);$cpu;$wall;$memory"
-    done | awk -F ';' '{ printf "| `%s` | %.2f | %.3f | %.3f | %.0f |\n",
-        $1, $2 / 8e6, $3 / 8, $4 / 8, $5 }'
+            timed 5 "$program" -q $options --output-dir sketches album24)
+        printf '%s\n' "$options;$(bytes_in sketches);$cpu;$memory"
+    done | awk -F ';' '{ printf "| `%s` | %.2f | %.3f | %.0f |\n", $1, $2 / 8e6, $3 / 8, $4 }'
 }
 
 # What N photos take: each call's name, how often it was made, and, of those that move
@@ -112,19 +136,23 @@ calls_a_photo() {
     make_photo 2 1600x1200
     calls_of 20 >few
     calls_of 60 >many
-    echo "A photo of $(bytes_in calls20 | awk '{ print $1 / 20 }') bytes," \
-        "a sketch of $(bytes_in sketches | awk '{ print $1 / 60 }')"
-    echo '| call | times a photo | bytes |'
-    join -a 2 -e 0 -o 0,1.2,2.2,1.3,2.3 few many | awk '($3 - $2) / 40 >= 0.05 {
-        printf "| `%s` | %.1f | %s |\n", $1, ($3 - $2) / 40,
-            $1 ~ /read|write/ ? ($5 - $4) / 40 : "" }' | sort -t '|' -k 3,3 -rn
+    head_row call: 'times a photo' bytes
+    join -a 2 -e 0 -o 0,1.2,2.2,1.3,2.3 few many |
+        awk -v photo="$(bytes_in calls20)" -v sketch="$(bytes_in sketches)" '
+            ($3 - $2) / 40 >= 0.5 {
+                moved = ($5 - $4) / 40
+                if ($1 ~ /read/) moved = " " moved ", of a file of " photo / 20
+                else if ($1 ~ /write/) moved = " " moved ", of a sketch of " sketch / 60
+                else moved = ""
+                printf "| `%s` | %.0f |%s |\n", $1, ($3 - $2) / 40, moved
+            }' | sort -s -t '|' -k 3,3 -rn | sed -E ':next; s/\B[0-9]{3}\>/,&/; t next'
 }
 
 # late_clock MICROSECONDS JOBS FOLDER: seconds on the clock, when each call that names a file
 # waits as long.
 late_clock() {
     local cpu wall memory calls=newfstatat,openat,linkat,access,mkdir
-    read -r cpu wall memory < <(timed strace -f -qq -o /dev/null -e "trace=$calls" \
+    read -r cpu wall memory < <(timed 3 strace -f -qq -o /dev/null -e "trace=$calls" \
         -e "inject=$calls:delay_enter=$1" "$program" -q -j "$2" --output-dir sketches "$3")
     echo "$wall"
 }
@@ -136,7 +164,7 @@ named_calls_late() {
     make_photo 0.3 640x480
     album 0.3 20 few
     album 0.3 60 many
-    echo '| milliseconds a call | photos at a time | ms on the clock, a photo |'
+    head_row 'milliseconds a call' 'photos at a time' 'ms on the clock, a photo'
     for jobs in 1 8; do
         for delay in 0 5000; do
             echo "$delay $jobs $(late_clock "$delay" "$jobs" few)" \
@@ -170,18 +198,19 @@ plan_times() {
 }
 
 planning() {
-    local count cpu wall memory folder
+    local names count cpu wall memory folder
     make_photo 0.3 640x480
-    mkdir -p there
-    ln -sfn ../sketched there/album
-    echo '| names | sketches | s | s of processor | peak MB |'
-    for count in 1000 100000 1000000; do
+    mkdir -p all
+    ln -sfn ../sketched all/album
+    head_row names sketches: 's on the clock' 's of processor' 'peak MB'
+    for names in 1,000 100,000 1,000,000; do
+        count=${names//,/}
         make_names album "$count" "$photos/0.3.jpg"
         make_names sketched "$count" "$photos/0.3.jpg"
         find album -type f -print0 | LC_ALL=C sort -z >list
-        for folder in none there; do
+        for folder in none all; do
             read -r cpu wall memory < <(plan_times "$folder")
-            LC_ALL=C printf '| %s | %s | %.3f | %.3f | %.0f |\n' "$count" "$folder" "$wall" \
+            LC_ALL=C printf '| %s | %s | %.2f | %.2f | %.0f |\n' "$names" "$folder" "$wall" \
                 "$cpu" "$memory"
         done
         rm -rf album sketched list
@@ -192,11 +221,20 @@ planning() {
 # called for (takes root: probes at its functions' beginnings and ends).
 where_time_goes() {
     local jpeg probe
-    make_photo 24 6000x4000
-    album 24 8 album24
+    album_of_24
     perf record -q -e cpu-clock -F 499 -o samples \
         "$program" -q -j 1 --output-dir sketches album24 2>/dev/null
-    perf report -q -i samples --sort dso --stdio 2>/dev/null | grep -v '^$'
+    head_row '' "of the processor's time"
+    perf report -q -i samples --sort dso --stdio 2>/dev/null | awk '
+        /libjpeg/ { jpeg += $1; next }
+        /crayvell/ { program += $1; next }
+        /kernel/ { kernel += $1; next }
+        { rest += $1 }
+        END {
+            printf "| the JPEG library | %.0f %% |\n", jpeg
+            printf "| the program: edges and levels | %.0f %% |\n", program
+            printf "| the system | %.0f %% |\n| everything else | %.0f %% |\n", kernel, rest
+        }'
     jpeg=$(ldd "$program" | awk '/libjpeg/ { print $3 }')
     trap 'perf probe -q -d "crayvell:*"; rm -rf "$scratch"' EXIT
     for probe in read=jpeg_read_scanlines read_end=jpeg_read_scanlines%return \
@@ -210,26 +248,107 @@ where_time_goes() {
         NR == 1 { first = $1 }
         $2 == "read" || $2 == "write" { since = $1 }
         /_end/ { sub(/_end.*/, "", $2); spent[$2] += $1 - since }
-        END { printf "decoding %.0f %%, encoding %.0f %% of the time\n",
-            100 * spent["read"] / ($1 - first), 100 * spent["write"] / ($1 - first) }'
+        END {
+            printf "| of the whole time: in the library, decoding | %.0f %% |\n",
+                100 * spent["read"] / ($1 - first)
+            printf "| of the whole time: in the library, encoding | %.0f %% |\n",
+                100 * spent["write"] / ($1 - first)
+        }'
+    perf probe -q -d 'crayvell:*'
+    trap 'rm -rf "$scratch"' EXIT
 }
 
-# The scratch folder's disk: a gigabyte written and read past the page cache.
+# transferred COMMAND...: megabytes a second of a gigabyte past the page cache, the best of
+# three.
+transferred() {
+    local round begin
+    for round in 1 2 3; do
+        begin=$EPOCHREALTIME
+        "$@" bs=4M count=256 2>/dev/null
+        awk "BEGIN { print 256 * 4 * 1.048576 / ($EPOCHREALTIME - $begin) }"
+    done | sort -n | tail -n 1
+}
+
+# The scratch folder's disk.
 disk_speed() {
-    dd if=/dev/zero of=blob bs=4M count=256 oflag=direct 2>&1 | tail -n 1
-    dd if=blob of=/dev/null bs=4M iflag=direct 2>&1 | tail -n 1
+    local written read
+    written=$(transferred dd if=/dev/zero of=blob oflag=direct)
+    read=$(transferred dd if=blob of=/dev/null iflag=direct)
+    rm blob
+    echo "$written" "$read" >disk
+    head_row '' MB/s
+    printf '| written | %.0f |\n| read | %.0f |\n' "$written" "$read"
 }
 
-case $part in
-photos) photos_by_size ;;
-formats) sketches_by_format ;;
-calls) calls_a_photo ;;
-latency) named_calls_late ;;
-plan) planning ;;
-where) where_time_goes ;;
-disk) disk_speed ;;
-*)
-    say "$usage"
-    exit 2
-    ;;
-esac
+# clock COMMAND...: seconds that pass.
+clock() {
+    local begin=$EPOCHREALTIME
+    "$@"
+    awk "BEGIN { print $EPOCHREALTIME - $begin }"
+}
+
+# runs_at_once COUNT: each on a processor, where there are as many.
+runs_at_once() {
+    local run
+    for ((run = 0; run < $1; ++run)); do
+        "$program" -q -j 1 --output-dir "run$run" album24 &
+    done
+    wait
+    rm -rf run[0-9]*
+}
+
+program_a_photo() {
+    local file
+    mkdir sketches
+    for file in album24/*; do
+        "$program" -q -j 1 -o - - <"$file" >"sketches/${file##*/}"
+    done
+}
+
+# What the bill is made of, in rounds: "CPU MB" of a photo in one run, at quality 85, and with
+# a program for each; and the clock of one run, and of two at once.
+bill_rounds() {
+    local round cpu rest
+    export program # for the shell that is timed
+    export -f program_a_photo
+    for round in 1 2 3 4 5; do
+        read -r cpu rest < <(once "$program" -q -j 1 --output-dir sketches album24)
+        echo "normal $cpu $(bytes_in sketches)"
+        read -r cpu rest < <(once "$program" -q -j 1 --quality 85 --output-dir sketches album24)
+        echo "small $cpu $(bytes_in sketches)"
+        read -r cpu rest < <(once bash -c program_a_photo)
+        echo "each $cpu $(bytes_in sketches)"
+        echo "one $(clock runs_at_once 1)"
+        echo "two $(clock runs_at_once 2)"
+    done
+}
+
+# What a million photos of 24 megapixels cost; each figure from the rounds of this run.
+bill() {
+    album_of_24
+    [[ -e disk ]] || disk_speed >/dev/null
+    bill_rounds >rounds
+    awk -v read="$(bytes_in album24 | awk '{ print $1 / 8e6 }')" -v disk="$(<disk)" \
+        -f "$root/bench/batch/bill.awk" rounds
+}
+
+table() {
+    case $1 in
+    photos) photos_by_size ;;
+    formats) sketches_by_format ;;
+    plan) planning ;;
+    done) "$root/bench/batch/skipexisting.py" "$program" ;;
+    where) where_time_goes ;;
+    disk) disk_speed ;;
+    calls) calls_a_photo ;;
+    latency) named_calls_late ;;
+    bill) bill ;;
+    esac
+}
+
+[[ $part == all ]] || tables=("$part")
+for name in "${tables[@]}"; do
+    printf '\n%s (%(%F %T)T):\n\n' "$name" -1
+    table "$name"
+    rm -rf album* sketches few many calls[0-9]*
+done

@@ -6,8 +6,16 @@ root=$(dirname "$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")")
 source "$root/scripts/setup.sh"
 
 fail() {
+    show_logs
     say "FAILED: $*"
     exit 1
+}
+
+# The ends of the daemons' logs; once, and before what says why.
+show_logs() {
+    [[ -d ${scratch:-}/log && ! -e $scratch/state/told ]] || return 0
+    find "$scratch/log" -type f -size +0 -exec tail -v -n 5 {} + >&2 || true
+    touch "$scratch/state/told"
 }
 
 # enter_own_system PACKAGE... -- ARGUMENT...: installs and builds what is missing, then
@@ -21,12 +29,15 @@ enter_own_system() {
     done
     shift
     ((EUID == 0)) || fail "Daemons of one's own take root."
+    # The daemons' files of settings, Slurm's above all, know no quotes.
+    [[ ${TMPDIR:-/tmp} =~ ^[A-Za-z0-9/._-]+$ ]] || fail "The name of TMPDIR has more than letters."
     install_packages "${run_packages[@]}" imagemagick util-linux iproute2 "${packages[@]}"
     [[ -f $root/build/release/build.ninja ]] || configure release
     build release crayvell-batch
     scratch=$(mktemp -d --tmpdir crayvell-cluster-XXXXXX)
     trap 'end_own_system' EXIT
-    trap 'exit 130' INT TERM
+    trap 'exit 130' INT
+    trap 'exit 143' TERM
     # The first process of the namespaces ends with this one, and all of the others with it.
     CLUSTER_SCRATCH=$scratch setpriv --pdeathsig KILL unshare --mount --pid --net --uts \
         --fork --kill-child --mount-proc "$0" "$@" &
@@ -36,7 +47,8 @@ enter_own_system() {
 
 end_own_system() {
     local status=$?
-    [[ -z ${system:-} ]] || kill -KILL "$system" 2>/dev/null || true
+    # The shell says nothing of the end of a job that is not its own any more.
+    [[ -z ${system:-} ]] || { disown "$system" && kill -KILL "$system"; } 2>/dev/null || true
     within 20 rm -rf "$scratch" || say "Not removed: $scratch"
     exit "$status"
 }
@@ -61,7 +73,8 @@ prepare_own_system() {
     export LANG=C.UTF-8
     cd "$scratch/work"
     trap end_all EXIT
-    trap 'exit 130' INT TERM
+    trap 'exit 130' INT
+    trap 'exit 143' TERM
 }
 
 started=()
@@ -89,7 +102,7 @@ all_gone() {
 
 end_all() {
     local status=$?
-    ((status == 0)) || tail -n 5 "$scratch"/log/* >&2 || true
+    ((status == 0)) || show_logs
     kill "${started[@]}" 2>/dev/null || true
     within 10 all_gone || kill -KILL "${started[@]}" 2>/dev/null || true
     exit "$status"
@@ -158,8 +171,9 @@ recipe() {
 # Folders and names that shells, lists, archives and protocols like to trip over.
 folders=('plain' 'with space' "quote's" 'double"quote' $'line\nend' '-leading' 'größe été 写真'
     'back\slash\n' '$HOME `id` $(id)' 'glob*?[a]' ' edges ' 'per%20cent {} {/}' 'a.jpg'
-    $'tab\there' '#~&;|<>!' "'\"'\$(x)'\"'")
-names=('photo.jpg' '-rf.JPG' $'two\nlines .jpeg' "it's \"ß\".png" 'no suffix.2024')
+    $'tab\there' '#~&;|<>!' "'\"'\$(x)'\"'" '.crayvell-x')
+names=('photo.jpg' '-rf.JPG' $'two\nlines .jpeg' "it's \"ß\".png" 'no suffix.2024' '.jpg'
+    'scan.BMP' 'dots..gif')
 
 # make_album: in the current folder, each photo another picture.
 make_album() {
@@ -229,6 +243,12 @@ check_interrupted() {
     all_equal || fail "$1: an interrupted run left a sketch that is not that of a single run"
     list_sketches >"$scratch/state/before"
     say "$1: interrupted with $made of $photos sketches, each that of a single run"
+}
+
+# fails_by_name WHAT NAME COMMAND...: it fails, and says of which photo.
+fails_by_name() {
+    ! "${@:3}" 2>"$scratch/state/failure" || fail "$1: no failure, for all that $2 has no sketch"
+    grep -qF -- "$2" "$scratch/state/failure" || fail "$1: a failure that does not name $2"
 }
 
 name_missing() {

@@ -45,7 +45,9 @@ END
 }
 
 start_server() {
-    start s3rver node "$server/node_modules/.bin/s3rver" --address 127.0.0.1 \
+    S3RVER=$server/node_modules/s3rver start s3rver node \
+        --require "$root/tests/cluster/wholeobjects.js" \
+        "$server/node_modules/.bin/s3rver" --address 127.0.0.1 \
         --port "$port" --directory "$scratch/state/buckets" \
         --configure-bucket album --configure-bucket sketches
     within 30 rclone lsf store: || fail "the server does not answer"
@@ -78,7 +80,7 @@ interrupted() {
     local recipe=$!
     within 180 has_sketches 4 && within 60 kill_one_program || fail "no program to kill"
     within 180 has_sketches 10 || fail "does not go on after a kill"
-    kill_host beta "$(mount_namespace beta)"
+    kill_host beta
     start_host beta alone
     within 180 has_sketches 16 || fail "does not go on after a host"
     kill -KILL "$s3rver_pid"
@@ -87,7 +89,9 @@ interrupted() {
     within 180 has_sketches 20 || fail "does not go on after the server"
     kill -KILL -- "-$recipe"
     wait "$recipe" 2>/dev/null || true
-    kill_programs
+    # What the hosts still store would be counted among what was there before.
+    stop_hosts
+    start_hosts alone
 }
 
 # rclone's own, as printed.
@@ -115,7 +119,7 @@ try_client() {
     reads=$(printed_client "$1" 3) stores=$(printed_client "$1" 4)
     [[ -n $reads && -n $stores ]] || fail "docs/batch.md names no commands of $1"
     READS=$reads STORES=$stores perl -pe \
-        's/rclone cat "[^"]*"/$ENV{READS}/; s/rclone copyto .*/$ENV{STORES}/' \
+        's/rclone cat "[^"]*"/$ENV{READS}/; s/rclone copyto "[^"]*" "[^"]*"/$ENV{STORES}/' \
         "$scratch/bin/sketch-object" >"$scratch/state/client"
     grep -q rclone "$scratch/state/client" && fail "$1: rclone is still there"
     while IFS= read -r -d '' photo; do
@@ -128,6 +132,15 @@ try_client() {
     say "docs/batch.md, $1: $number sketches, each that of a single run"
     rclone delete --fast-list store:sketches
     rm -rf sketches
+}
+
+# Half a photo is told by its name, and nothing is stored for it.
+failing_photo() {
+    head -c 20000 album/plain/photo.jpg | rclone rcat store:album/half.jpg
+    fails_by_name sketch-object half.jpg sketch-object half.jpg
+    [[ -z $(rclone lsf store:sketches) ]] || fail "half a photo has a sketch"
+    say "docs/batch.md, sketch-object: fails by name"
+    rclone deletefile store:album/half.jpg
 }
 
 # Why the recipe has a file in the middle: what is said of pipes is so.
@@ -154,5 +167,6 @@ printed docs/batch.md '# usage: sketch-object' >"$scratch/bin/sketch-object"
 chmod +x "$scratch/bin/sketch-object"
 try_recipe
 try_client aws
+failing_photo
 try_pipe
 say "passed"

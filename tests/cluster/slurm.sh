@@ -38,6 +38,7 @@ SelectType=select/cons_tres
 SelectTypeParameters=CR_Core
 SchedulerParameters=sched_interval=1
 ReturnToService=2
+MinJobAge=3600
 SlurmdTimeout=10
 KillWait=2
 NodeName=node NodeAddr=127.0.0.1 CPUs=$(nproc) State=UNKNOWN
@@ -70,6 +71,15 @@ queue_is_empty() {
 
 submit() {
     sbatch --parsable --output "$scratch/log/task-%a" "$scratch/state/sketch.sh"
+}
+
+# all_succeeded JOB: each of the array's tasks ended with 0.
+all_succeeded() {
+    local tasks
+    tasks=$(scontrol --oneliner show job "$1")
+    (($(grep -c 'ArrayTaskId=' <<<"$tasks") == 20)) || fail "array $1 has not twenty tasks"
+    ! grep -v 'JobState=COMPLETED .*ExitCode=0:0 ' <<<"$tasks" |
+        grep -oE 'ArrayTaskId=\S+|JobState=\S+|ExitCode=\S+' >&2
 }
 
 first_running_task() {
@@ -111,6 +121,7 @@ array() {
     check_interrupted "$page, array $first"
     second=$(submit)
     within 300 queue_is_empty || fail "$page: the queue does not empty"
+    all_succeeded "$second" || fail "$page: tasks of array $second fail"
     check_complete "$page, array $second"
 }
 
