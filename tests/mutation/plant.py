@@ -8,8 +8,8 @@ all faults of tests/mutation/faults/*.txt in the C++ sources, each behind a swit
 
     CRAYVELL_FAULT=101 ...
 
-With the variable unset, every program does exactly what the sources say. Built once with
--D CRAYVELL_WERROR=OFF, the copy holds all faults. Prints the snippets that do not stand in
+With the variable unset, every program does exactly what the sources say. Built once, the
+copy holds all faults. Prints the snippets that do not stand in
 their file exactly once, or that overlap, and fails with them.
 
 A table lists, for each fault, its number, file, form and kind, a sentence about what was
@@ -46,6 +46,18 @@ SWITCH = """\
 #ifndef CRAYVELL_PLANTED
 #define CRAYVELL_PLANTED
 #include <cstdlib>
+#pragma GCC diagnostic ignored "-Wunused-variable"
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#pragma GCC diagnostic ignored "-Wunused-function"
+#pragma GCC diagnostic ignored "-Wunused-value"
+#pragma GCC diagnostic ignored "-Wunused-result"
+#pragma GCC diagnostic ignored "-Wunused-but-set-variable"
+#pragma GCC diagnostic ignored "-Wsign-compare"
+#pragma GCC diagnostic ignored "-Wextra"
+#pragma GCC diagnostic ignored "-Wempty-body"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wmisleading-indentation"
+#pragma GCC diagnostic ignored "-Wpedantic"
 [[gnu::cold]] inline int readPlantedFault() noexcept
 {
     const char *const number = std::getenv("CRAYVELL_FAULT");

@@ -1,0 +1,234 @@
+#!/usr/bin/env python3
+"""Runs the tests against each planted fault and tells which of them notice it.
+
+    tests/mutation/run.py [--faults LIST] [--tests REGEX] [--except REGEX] [--build FOLDER]
+                          [--results FILE]
+
+FOLDER is the build of a tree that plant.py made. LIST names faults by number, range or
+table: 101,110-120,canvas; all unless told. First all tests that are to be used run without
+a fault and must pass; what they take is kept, gives the order (the quickest first) and five
+times that, but half a minute at least, the time limit. Then each fault gets the tests of
+its folder and of what is near, one after the other, until one fails twice; REGEX takes the
+place of these. --except leaves tests out, which has to be said with the result.
+
+A line for each fault goes to FILE (mutation.txt in the build unless told), and faults that
+have one there are not tried again. Prints the rate at the end.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import time
+
+import plant
+
+# Which tests a fault in a table, or in a file that has no compiler, may show in.
+TESTS_OF_TABLE = {
+    "sketch": "^sketch/",
+    "canvas": "^(canvas|examples)/",
+    "app": "^app/",
+    "examples": "^examples/",
+    "photo": "^(photo|app|batch)/",
+    "decode": "^(photo|batch)/",
+    "encode": "^(photo|batch)/",
+    "batch": "^batch/",
+    "cli": "^batch/",
+    "plugins": "^plugins/",
+}
+TESTS_OF_FILE = {
+    "app/": "^app/",
+    "batch/": "^(batch|install)/",
+    "cmake/": "^(scripts|install|consumer)/",
+    "desktop/": "^(install|app)/",
+    "forms/": "^app/",
+    "plugins/": "^(plugins|install)/",
+    "resources/": "^(resources|app)/",
+    "run": "^scripts/",
+    "scripts/": "^scripts/",
+    "sketch/": "^sketch/",
+    "test": "^scripts/",
+}
+PATIENCE = 5  # times what a test takes
+LEAST_SECONDS = 30
+
+
+def tests_near(fault):
+    if fault.form != "file":
+        return TESTS_OF_TABLE[fault.table]
+    return next(regex for start, regex in TESTS_OF_FILE.items() if fault.file.startswith(start))
+
+
+def chosen(faults, wanted):
+    if not wanted:
+        return faults
+    numbers, tables = set(), set()
+    for part in wanted.split(","):
+        first, _, last = part.partition("-")
+        if first.isdigit():
+            numbers.update(range(int(first), int(last or first) + 1))
+        else:
+            tables.add(part)
+    return [fault for fault in faults if fault.number in numbers or fault.table in tables]
+
+
+class Suite:
+    """The tests of a build."""
+
+    def __init__(self, build):
+        self.build = build
+        listing = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"],
+                                 check=True, capture_output=True, text=True).stdout
+        self.names = [test["name"] for test in json.loads(listing)["tests"]]
+        self.durations_file = build / "mutation-durations.json"
+        self.durations = {}
+        if self.durations_file.exists():
+            self.durations = json.loads(self.durations_file.read_text())
+
+    def matching(self, regex, left_out):
+        return [name for name in self.names
+                if re.search(regex, name) and not (left_out and re.search(left_out, name))]
+
+    def passes(self, name, fault, seconds):
+        """Whether a test passes within so many seconds, and how many it took."""
+        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+        environment.pop("CRAYVELL_FAULT", None)
+        if fault and fault.form != "file":
+            environment["CRAYVELL_FAULT"] = str(fault.number)
+        begin = time.monotonic()
+        process = subprocess.Popen(
+            ["ctest", "--test-dir", self.build, "-R", f"^{re.escape(name)}$"], env=environment,
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            start_new_session=True)
+        try:
+            passed = process.wait(seconds) == 0
+        except subprocess.TimeoutExpired:
+            passed = None
+        try:
+            os.killpg(process.pid, signal.SIGKILL)  # whatever it started, too
+        except ProcessLookupError:
+            pass
+        process.wait()
+        return passed, time.monotonic() - begin
+
+    def measure(self, names):
+        """Runs the tests without a fault; those that fail."""
+        failed = []
+        for name in names:
+            if name in self.durations:
+                continue
+            for _ in range(2):
+                passed, seconds = self.passes(name, None, 900)
+                if passed:
+                    break
+            if not passed:
+                failed.append(name)
+                continue
+            self.durations[name] = seconds
+            self.durations_file.write_text(json.dumps(self.durations, indent=1))
+        return failed
+
+    def noticing(self, fault, names):
+        """The first test that notices the fault; None for none."""
+        for name in sorted(names, key=self.durations.get):
+            limit = max(PATIENCE * self.durations[name], LEAST_SECONDS)
+            passed, _ = self.passes(name, fault, limit)
+            if passed is None:
+                return f"{name} (time limit)"
+            # A second time: a machine under load may fail a test once.
+            if not passed and not self.passes(name, fault, limit)[0]:
+                return name
+        return None
+
+
+class InPlace:
+    """A fault without a compiler switch, in the tree and its build while it is tried."""
+
+    def __init__(self, fault, build):
+        cache = (build / "CMakeCache.txt").read_text()
+        tree = pathlib.Path(re.search(r"CMAKE_HOME_DIRECTORY:INTERNAL=(.*)", cache).group(1))
+        self.build = build
+        self.path = tree / fault.file
+        self.former = self.path.read_text()
+        if self.former.count(fault.code) != 1:
+            sys.exit(f"{fault.number}: {self.path} has the code "
+                     f"{self.former.count(fault.code)} times")
+        self.faulty = self.former.replace(fault.code, fault.replacement)
+
+    def made(self):
+        return subprocess.run(["cmake", "--build", self.build], stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL).returncode == 0
+
+    def __enter__(self):
+        self.path.write_text(self.faulty)
+        return self.made()
+
+    def __exit__(self, *_):
+        self.path.write_text(self.former)
+        if not self.made():
+            sys.exit(f"{self.path}: cannot be built any more")
+
+
+def tried(suite, fault, names):
+    """What a result file says of a fault."""
+    if fault.form == "file":
+        with InPlace(fault, suite.build) as is_built:
+            by = suite.noticing(fault, names) if is_built else "the build"
+    else:
+        by = suite.noticing(fault, names)
+    return f"noticed by {by}" if by else f"not noticed by {len(names)} tests"
+
+
+def read_results(path):
+    if not path.exists():
+        return {}
+    lines = (line.split(" ", 2) for line in path.read_text().splitlines())
+    return {int(number): rest for number, _, rest in lines}
+
+
+def print_rates(faults, results):
+    done = [fault for fault in faults if fault.number in results]
+    for table in dict.fromkeys(fault.table for fault in done):
+        its = [fault for fault in done if fault.table == table]
+        noticed = sum(results[fault.number].startswith("noticed") for fault in its)
+        print(f"{table}: {noticed} of {len(its)} noticed")
+    noticed = sum(results[fault.number].startswith("noticed") for fault in done)
+    print(f"all: {noticed} of {len(done)} noticed, {100 * noticed / max(len(done), 1):.1f} %;"
+          f" {len(faults) - len(done)} not tried")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--faults", default="")
+    parser.add_argument("--tests", default="")
+    parser.add_argument("--except", dest="left_out", default="")
+    parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
+    parser.add_argument("--results", type=pathlib.Path)
+    options = parser.parse_args()
+    os.nice(19)
+    build = options.build.resolve()
+    suite = Suite(build)
+    faults = chosen(plant.read_tables(), options.faults)
+    near = {fault.number: suite.matching(options.tests or tests_near(fault), options.left_out)
+            for fault in faults}
+    failed = suite.measure(sorted(set().union(*near.values())))
+    if failed:
+        sys.exit(f"fail without a fault: {' '.join(failed)}")
+    path = options.results or build / "mutation.txt"
+    results = read_results(path)
+    for fault in faults:
+        if fault.number in results:
+            continue
+        results[fault.number] = tried(suite, fault, near[fault.number])
+        line = f"{fault.number} {fault.table} {results[fault.number]}"
+        with path.open("a") as file:
+            file.write(line + "\n")
+        print(line, flush=True)
+    print_rates(faults, results)
+
+
+main()
