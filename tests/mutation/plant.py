@@ -9,7 +9,8 @@ all faults of tests/mutation/faults/*.txt in the C++ sources, each behind a swit
     CRAYVELL_FAULT=101 ...
 
 With the variable unset, every program does exactly what the sources say. Built once, the
-copy holds all faults. Prints the snippets that do not stand in
+copy holds all faults. CRAYVELL_REACHED names a file of 4096 bytes in which the byte of each
+fault is set whose code runs, planted or not. Prints the snippets that do not stand in
 their file exactly once, or that overlap, and fails with them.
 
 A table lists, for each fault, its number, file, form and kind, a sentence about what was
@@ -46,6 +47,9 @@ SWITCH = """\
 #ifndef CRAYVELL_PLANTED
 #define CRAYVELL_PLANTED
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #pragma GCC diagnostic ignored "-Wunused-variable"
 #pragma GCC diagnostic ignored "-Wunused-parameter"
 #pragma GCC diagnostic ignored "-Wunused-function"
@@ -58,15 +62,31 @@ SWITCH = """\
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wmisleading-indentation"
 #pragma GCC diagnostic ignored "-Wpedantic"
-[[gnu::cold]] inline int readPlantedFault() noexcept
+struct PlantedSwitch
+{
+    int chosen;
+    char *reached;
+};
+[[gnu::cold]] inline PlantedSwitch readPlantedSwitch() noexcept
 {
     const char *const number = std::getenv("CRAYVELL_FAULT");
-    return number ? std::atoi(number) : 0;
+    PlantedSwitch found {number ? std::atoi(number) : 0, nullptr};
+    const char *const name = std::getenv("CRAYVELL_REACHED");
+    const int file = name ? ::open(name, O_RDWR | O_CLOEXEC) : -1;
+    if (file < 0)
+        return found;
+    void *const bytes = ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (bytes != MAP_FAILED)
+        found.reached = static_cast<char *>(bytes);
+    ::close(file);
+    return found;
 }
 inline bool planted(int number) noexcept
 {
-    static const int chosen = readPlantedFault();
-    return chosen == number;
+    static const PlantedSwitch plantedSwitch = readPlantedSwitch();
+    if (plantedSwitch.reached) [[unlikely]]
+        plantedSwitch.reached[number] = 1;
+    return plantedSwitch.chosen == number;
 }
 #endif
 #line 1

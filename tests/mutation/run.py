@@ -6,10 +6,11 @@
 
 FOLDER is the build of a tree that plant.py made. LIST names faults by number, range or
 table: 101,110-120,canvas; all unless told. First all tests that are to be used run without
-a fault and must pass; what they take is kept, gives the order (the quickest first) and five
-times that, but half a minute at least, the time limit. Then each fault gets the tests of
-its folder and of what is near, one after the other, until one fails twice; REGEX takes the
-place of these. --except leaves tests out, which has to be said with the result.
+a fault and must pass. What they take is kept, gives the order (the quickest first) and five
+times that, but half a minute at least, the time limit; which faults' code they run is kept
+too. Then each fault gets those tests of its folder, and of what is near, that run its code,
+one after the other, until one fails twice; REGEX takes the place of these. --except leaves
+tests out, which has to be said with the result.
 
 A line for each fault goes to FILE (mutation.txt in the build unless told), and faults that
 have one there are not tried again. Prints the rate at the end.
@@ -55,6 +56,7 @@ TESTS_OF_FILE = {
 }
 PATIENCE = 5  # times what a test takes
 LEAST_SECONDS = 30
+FAULT_NUMBERS = 4096  # as plant.py's switch has it
 
 
 def tests_near(fault):
@@ -84,19 +86,23 @@ class Suite:
         listing = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"],
                                  check=True, capture_output=True, text=True).stdout
         self.names = [test["name"] for test in json.loads(listing)["tests"]]
-        self.durations_file = build / "mutation-durations.json"
-        self.durations = {}
-        if self.durations_file.exists():
-            self.durations = json.loads(self.durations_file.read_text())
+        self.known_file = build / "mutation-tests.json"
+        # By name: seconds, and the numbers of the faults whose code runs (null: of any).
+        self.known = {}
+        if self.known_file.exists():
+            self.known = json.loads(self.known_file.read_text())
 
     def matching(self, regex, left_out):
         return [name for name in self.names
                 if re.search(regex, name) and not (left_out and re.search(left_out, name))]
 
-    def passes(self, name, fault, seconds):
-        """Whether a test passes within so many seconds, and how many it took."""
+    def passes(self, name, fault, seconds, reached=None):
+        """Whether a test passes within so many seconds (None: is still running), and how
+        many it took."""
         environment = dict(os.environ, QT_QPA_PLATFORM="offscreen")
         environment.pop("CRAYVELL_FAULT", None)
+        if reached:
+            environment["CRAYVELL_REACHED"] = str(reached)
         if fault and fault.form != "file":
             environment["CRAYVELL_FAULT"] = str(fault.number)
         begin = time.monotonic()
@@ -116,26 +122,37 @@ class Suite:
         return passed, time.monotonic() - begin
 
     def measure(self, names):
-        """Runs the tests without a fault; those that fail."""
+        """Runs the tests without a fault; gives those that fail."""
         failed = []
+        reached = self.build / "mutation-reached"
         for name in names:
-            if name in self.durations:
+            if name in self.known:
                 continue
-            for _ in range(2):
+            reached.write_bytes(bytes(FAULT_NUMBERS))
+            passed, seconds = self.passes(name, None, 900, reached)
+            numbers = [number for number, byte in enumerate(reached.read_bytes()) if byte]
+            if not passed:
+                # Not every test lets a program open one more file.
                 passed, seconds = self.passes(name, None, 900)
-                if passed:
-                    break
+                numbers = None
             if not passed:
                 failed.append(name)
                 continue
-            self.durations[name] = seconds
-            self.durations_file.write_text(json.dumps(self.durations, indent=1))
+            self.known[name] = {"seconds": seconds, "reached": numbers}
+            self.known_file.write_text(json.dumps(self.known))
         return failed
+
+    def running(self, fault, names):
+        """Those tests that run the fault's code, the quickest first."""
+        if fault.form != "file":
+            names = [name for name in names if self.known[name]["reached"] is None
+                     or fault.number in self.known[name]["reached"]]
+        return sorted(names, key=lambda name: self.known[name]["seconds"])
 
     def noticing(self, fault, names):
         """The first test that notices the fault; None for none."""
-        for name in sorted(names, key=self.durations.get):
-            limit = max(PATIENCE * self.durations[name], LEAST_SECONDS)
+        for name in self.running(fault, names):
+            limit = max(PATIENCE * self.known[name]["seconds"], LEAST_SECONDS)
             passed, _ = self.passes(name, fault, limit)
             if passed is None:
                 return f"{name} (time limit)"
@@ -180,7 +197,10 @@ def tried(suite, fault, names):
             by = suite.noticing(fault, names) if is_built else "the build"
     else:
         by = suite.noticing(fault, names)
-    return f"noticed by {by}" if by else f"not noticed by {len(names)} tests"
+    if by:
+        return f"noticed by {by}"
+    running = len(suite.running(fault, names))
+    return f"not noticed by {running} of {len(names)} tests that run its code"
 
 
 def read_results(path):
