@@ -26,6 +26,7 @@ import subprocess
 import sys
 import time
 
+sys.dont_write_bytecode = True
 import plant
 
 # Which tests a fault in a table, or in a file that has no compiler, may show in.
