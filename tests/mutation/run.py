@@ -125,7 +125,7 @@ class Suite:
     def measure(self, names):
         """Runs the tests without a fault; gives those that fail."""
         failed = []
-        reached = self.build / "mutation-reached"
+        reached = self.build / f"mutation-reached-{os.getpid()}"
         for name in names:
             if name in self.known:
                 continue
@@ -139,8 +139,11 @@ class Suite:
             if not passed:
                 failed.append(name)
                 continue
+            if self.known_file.exists():  # another run may be at work
+                self.known.update(json.loads(self.known_file.read_text()))
             self.known[name] = {"seconds": seconds, "reached": numbers}
             self.known_file.write_text(json.dumps(self.known))
+        reached.unlink(missing_ok=True)
         return failed
 
     def running(self, fault, names):
