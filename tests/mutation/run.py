@@ -2,7 +2,7 @@
 """Runs the tests against each planted fault and tells which of them notice it.
 
     tests/mutation/run.py [--faults LIST] [--tests REGEX] [--except REGEX] [--build FOLDER]
-                          [--results FILE]
+                          [--results FILE] [--through COMMAND]
 
 FOLDER is the build of a tree that plant.py made. LIST names faults by number, range or
 table: 101,110-120,canvas; all unless told. First all tests that are to be used run without
@@ -10,7 +10,8 @@ a fault and must pass. What they take is kept, gives the order (the quickest fir
 times that, but half a minute at least, the time limit; which faults' code they run is kept
 too. Then each fault gets those tests of its folder, and of what is near, that run its code,
 one after the other, until one fails twice; REGEX takes the place of these. --except leaves
-tests out, which has to be said with the result.
+tests out, which has to be said with the result. --through puts a command in front of each
+test and build, one that waits for a quiet machine for example.
 
 A line for each fault goes to FILE (mutation.txt in the build unless told), and faults that
 have one there are not tried again. Prints the rate at the end.
@@ -24,7 +25,6 @@ import re
 import signal
 import subprocess
 import sys
-import time
 
 sys.dont_write_bytecode = True
 import plant
@@ -82,8 +82,9 @@ def chosen(faults, wanted):
 class Suite:
     """The tests of a build."""
 
-    def __init__(self, build):
+    def __init__(self, build, through):
         self.build = build
+        self.through = through
         listing = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"],
                                  check=True, capture_output=True, text=True).stdout
         self.names = [test["name"] for test in json.loads(listing)["tests"]]
@@ -106,21 +107,24 @@ class Suite:
             environment["CRAYVELL_REACHED"] = str(reached)
         if fault and fault.form != "file":
             environment["CRAYVELL_FAULT"] = str(fault.number)
-        begin = time.monotonic()
         process = subprocess.Popen(
-            ["ctest", "--test-dir", self.build, "-R", f"^{re.escape(name)}$"], env=environment,
-            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            start_new_session=True)
+            [*self.through, "ctest", "--test-dir", self.build, "-R", f"^{re.escape(name)}$",
+             "--timeout", str(round(seconds))], env=environment,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+            text=True, start_new_session=True)
         try:
-            passed = process.wait(seconds) == 0
+            output = process.communicate(timeout=seconds + 3600)[0]
         except subprocess.TimeoutExpired:
-            passed = None
+            output = "***Timeout"
         try:
             os.killpg(process.pid, signal.SIGKILL)  # whatever it started, too
         except ProcessLookupError:
             pass
         process.wait()
-        return passed, time.monotonic() - begin
+        if "***Timeout" in output:
+            return None, seconds
+        taken = re.search(r"([0-9.]+) sec$", output, re.MULTILINE)
+        return process.returncode == 0, float(taken.group(1)) if taken else seconds
 
     def measure(self, names):
         """Runs the tests without a fault; gives those that fail."""
@@ -169,10 +173,10 @@ class Suite:
 class InPlace:
     """A fault without a compiler switch, in the tree and its build while it is tried."""
 
-    def __init__(self, fault, build):
-        cache = (build / "CMakeCache.txt").read_text()
+    def __init__(self, fault, suite):
+        self.suite = suite
+        cache = (suite.build / "CMakeCache.txt").read_text()
         tree = pathlib.Path(re.search(r"CMAKE_HOME_DIRECTORY:INTERNAL=(.*)", cache).group(1))
-        self.build = build
         self.path = tree / fault.file
         self.former = self.path.read_text()
         if self.former.count(fault.code) != 1:
@@ -181,8 +185,8 @@ class InPlace:
         self.faulty = self.former.replace(fault.code, fault.replacement)
 
     def made(self):
-        return subprocess.run(["cmake", "--build", self.build], stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL).returncode == 0
+        return subprocess.run([*self.suite.through, "cmake", "--build", self.suite.build],
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
     def __enter__(self):
         self.path.write_text(self.faulty)
@@ -197,14 +201,14 @@ class InPlace:
 def tried(suite, fault, names):
     """What a result file says of a fault."""
     if fault.form == "file":
-        with InPlace(fault, suite.build) as is_built:
+        with InPlace(fault, suite) as is_built:
             by = suite.noticing(fault, names) if is_built else "the build"
     else:
         by = suite.noticing(fault, names)
     if by:
         return f"noticed by {by}"
     running = len(suite.running(fault, names))
-    return f"not noticed by {running} of {len(names)} tests that run its code"
+    return f"not noticed; {running} of {len(names)} tests run its code"
 
 
 def read_results(path):
@@ -232,10 +236,11 @@ def main():
     parser.add_argument("--except", dest="left_out", default="")
     parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
     parser.add_argument("--results", type=pathlib.Path)
+    parser.add_argument("--through", default="")
     options = parser.parse_args()
     os.nice(19)
     build = options.build.resolve()
-    suite = Suite(build)
+    suite = Suite(build, options.through.split())
     faults = chosen(plant.read_tables(), options.faults)
     near = {fault.number: suite.matching(options.tests or tests_near(fault), options.left_out)
             for fault in faults}
