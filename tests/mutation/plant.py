@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Copies the sources and plants the faults of the tables in the copy.
 
-    tests/mutation/plant.py TREE
+    tests/mutation/plant.py [--check] TREE
 
 TREE must not exist or be an earlier copy; it receives every file that git knows, with
 all faults of tests/mutation/faults/*.txt in the C++ sources, each behind a switch:
