@@ -13,6 +13,9 @@ one after the other, until one fails twice; REGEX takes the place of these. --ex
 tests out, which has to be said with the result. --through puts a command in front of each
 test and build, one that waits for a quiet machine for example.
 
+Several runs may share a build, but for faults without a compiler: these are put into the
+tree and the build themselves.
+
 A line for each fault goes to FILE (mutation.txt in the build unless told), and faults that
 have one there are not tried again. Prints the rate at the end.
 """
