@@ -82,6 +82,15 @@ def chosen(faults, wanted):
     return [fault for fault in faults if fault.number in numbers or fault.table in tables]
 
 
+def end_session(process):
+    """Ends whatever a test has started and left."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
+
+
 class Suite:
     """The tests of a build."""
 
@@ -119,11 +128,8 @@ class Suite:
             output = process.communicate(timeout=seconds + 3600)[0]
         except subprocess.TimeoutExpired:
             output = "***Timeout"
-        try:
-            os.killpg(process.pid, signal.SIGKILL)  # whatever it started, too
-        except ProcessLookupError:
-            pass
-        process.wait()
+        finally:
+            end_session(process)
         if "***Timeout" in output:
             return None, seconds
         taken = re.search(r"([0-9.]+) sec$", output, re.MULTILINE)
@@ -245,6 +251,8 @@ def main():
     parser.add_argument("--through", default="")
     options = parser.parse_args()
     os.nice(19)
+    # So that a tree that holds a fault gets its former text back.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
     build = options.build.resolve()
     suite = Suite(build, options.through.split())
     faults = chosen(plant.read_tables(), options.faults)
