@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -68,22 +69,36 @@ public:
 
     bool take(const QByteArray &content)
     {
-        if (!m_isOpen || !makeRoom(content.size()) || !write(content))
+        if (!m_isOpen || !makeRoom(content.size()))
             return false;
-        return !S_ISREG(m_status.st_mode) || ftruncate(m_descriptor, content.size()) == 0;
+        if (!write(content)) {
+            giveRoomBack();
+            return false;
+        }
+        if (S_ISREG(m_status.st_mode) && ftruncate(m_descriptor, content.size()) != 0)
+            return false;
+        // A file system of the network may tell only now that it did not fit.
+        return close(std::exchange(m_descriptor, -1)) == 0;
     }
 
 private:
-    // Takes all the room that the content needs before a byte of the file changes.
+    // Takes all the room that the content needs before a byte of the file changes. The file
+    // grows by that: only so it meets the limit of its size as well.
     bool makeRoom(qint64 bytes)
     {
         if (!S_ISREG(m_status.st_mode) || fallocate(m_descriptor, 0, 0, bytes) == 0
             || errno == EOPNOTSUPP)
             return true;
-        // The part that there was room for may have been added. Nothing can be
-        // done about a failure here.
-        [[maybe_unused]] const int result = ftruncate(m_descriptor, m_status.st_size);
+        giveRoomBack();
         return false;
+    }
+
+    // What is behind the file's former end. Nothing can be done about a failure here.
+    void giveRoomBack()
+    {
+        if (S_ISREG(m_status.st_mode)) {
+            [[maybe_unused]] const int result = ftruncate(m_descriptor, m_status.st_size);
+        }
     }
 
     bool write(const QByteArray &content)

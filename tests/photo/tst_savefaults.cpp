@@ -60,6 +60,7 @@ void SaveFaultsTest::everyCall_data()
         QTest::addRow("%s, new, hidden name", format) << name << QByteArray() << "unnamed";
         QTest::addRow("%s, replacing, no links", format)
             << name << QByteArray("mine") << "unnamed renameat2 linkat";
+        QTest::addRow("%s, in place", format) << name << QByteArray(100, 'm') << "linkat";
     }
 }
 
@@ -101,6 +102,8 @@ QByteArray SaveFaultsTest::faultAfter(int exitCode, bool mayEnd) const
         return "left " + files.join(u' ').toUtf8();
     if (!m_before.isEmpty() && files.isEmpty())
         return "lost the former file";
+    if (m_before.isEmpty() && !files.isEmpty() && contentOf(path()).isEmpty())
+        return "left an empty file";
     const QByteArray content = contentOf(path());
     if (content == m_good)
         return "";
@@ -122,6 +125,7 @@ void SaveFaultsTest::everyCall()
     const QString counts = counting.filePath("counts");
     QCOMPARE(save({"NTH_CALL_COUNTS=" + counts}), 0);
     m_good = contentOf(path());
+    QCOMPARE(QImage(path()).size(), QSize(16, 16));
     const QMap<QByteArray, int> calls = nthcall::countsIn(counts);
     QVERIFY(calls["open"] > 0 && calls["write"] > 0 && calls["malloc"] > 10);
 

@@ -33,9 +33,23 @@ void *__libc_memalign(std::size_t alignment, std::size_t bytes);
 
 namespace {
 
-enum Kind { Open, Write, Fsync, Linkat, Renameat2, Rename, Close, Mmap, Malloc, kinds };
-constexpr const char *kindNames[kinds] = {"open",   "write", "fsync", "linkat", "renameat2",
-                                          "rename", "close", "mmap",  "malloc"};
+enum Kind {
+    Open,
+    Write,
+    Fsync,
+    Linkat,
+    Renameat2,
+    Rename,
+    Close,
+    Fallocate,
+    Ftruncate,
+    Mmap,
+    Malloc,
+    kinds
+};
+constexpr const char *kindNames[kinds] = {"open",      "write",  "fsync", "linkat",
+                                          "renameat2", "rename", "close", "fallocate",
+                                          "ftruncate", "mmap",   "malloc"};
 
 struct Error
 {
@@ -263,6 +277,28 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to, un
         return -1;
     }
     return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
+int fallocate(int descriptor, int mode, off_t offset, off_t bytes)
+{
+    return fails(Fallocate)
+        ? -1
+        : static_cast<int>(syscall(SYS_fallocate, descriptor, mode, offset, bytes));
+}
+
+int fallocate64(int descriptor, int mode, off64_t offset, off64_t bytes)
+{
+    return fallocate(descriptor, mode, offset, bytes);
+}
+
+int ftruncate(int descriptor, off_t bytes) noexcept
+{
+    return fails(Ftruncate) ? -1 : static_cast<int>(syscall(SYS_ftruncate, descriptor, bytes));
+}
+
+int ftruncate64(int descriptor, off64_t bytes) noexcept
+{
+    return ftruncate(descriptor, bytes);
 }
 
 // As the system does it, the descriptor is closed even where that fails.

@@ -25,6 +25,7 @@ inline constexpr Fault faults[] = {
     {"renameat2", "EINTR"}, {"renameat2", "ENOMEM"}, {"rename", "ENOSPC"},
     {"rename", "EIO"},      {"rename", "EINTR"},     {"rename", "ENOMEM"},
     {"close", "EIO"},       {"close", "EINTR"},      {"close", "ENOSPC"},
+    {"fallocate", "EIO"},   {"fallocate", "ENOSPC"}, {"ftruncate", "EIO"},
     {"mmap", "ENOMEM"},     {"malloc", "ENOMEM"},    {"malloc", "ENOMEM", true},
 };
 
