@@ -21,6 +21,17 @@ Files filesIn(const BatchProcess &batch)
     return files;
 }
 
+// A PNG's bytes may differ from run to run, as the library packs by hashes that hold a part
+// of an address; its pixels may not.
+bool isSame(const QByteArray &output, const QByteArray &good)
+{
+    if (output == good)
+        return true;
+    const QByteArray end("IEND\xae\x42\x60\x82");
+    const QImage picture = QImage::fromData(output, "png");
+    return !picture.isNull() && output.endsWith(end) && picture == QImage::fromData(good, "png");
+}
+
 } // namespace
 
 // Each call of a run to the system, made to fail: whichever it is, every output is as it
@@ -140,14 +151,16 @@ QByteArray tst_BatchNthCall::faultOfFiles(const Files &files, const Files &good,
         if (!good.contains(file.key()))
             return "left " + file.key().toUtf8();
         const bool isOld = m_before.contains(file.key()) && file.value() == m_before[file.key()];
-        if (file.value() != good[file.key()] && !isOld)
+        if (!isSame(file.value(), good[file.key()]) && !isOld)
             return "half of " + file.key().toUtf8();
     }
     for (const QString &name : m_before.keys()) {
         if (!files.contains(name))
             return "lost " + name.toUtf8();
     }
-    return mustBeDone && files != good ? "said nothing" : "";
+    const auto isDone = [&](const QString &name) { return isSame(files[name], good[name]); };
+    const QStringList names = good.keys();
+    return mustBeDone && !std::all_of(names.begin(), names.end(), isDone) ? "said nothing" : "";
 }
 
 QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch,
@@ -178,7 +191,9 @@ QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch,
     if (outcome.exitCode == 2)
         return outcome.errors.endsWith('\n') ? "" : "failed without a line";
     const bool isNamed = outcome.errors.contains(".jpg: ") || outcome.errors.contains("list: ")
-        || outcome.errors.contains("in: ") || outcome.errors.contains("crayvell-batch: ");
+        || outcome.errors.contains("in: ")
+        || outcome.errors.contains("a photo's end cannot be told") // no memory for its name
+        || outcome.errors.contains("crayvell-batch: ");
     return isNamed && outcome.errors.endsWith('\n') ? "" : "failed without naming a photo";
 }
 

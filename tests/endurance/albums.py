@@ -15,14 +15,17 @@ import argparse
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
 import time
 
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 IN_A_FOLDER = 1000
 SLOWER = 1.5
-STEADY_KB = 65536  # what a run takes whatever its number of photos
+LARGER = 1.5
+NOISE_KB = 8192
 
 
 def run(command, folder):
@@ -82,10 +85,10 @@ def row(title, count, figures):
 
 def faults(title, parts):
     """Of runs of more and more photos: {count: figures}."""
-    (count, middle), (most, largest) = list(parts.items())[-2:]
+    (_, small), (count, middle), (most, largest) = parts.items()
     if largest[0] / most > SLOWER * middle[0] / count:
         yield f"{title}: a photo of {most:,} takes longer than one of {count:,}"
-    if largest[2] - STEADY_KB > middle[2] * most / count:
+    if largest[2] - middle[2] > LARGER * 10 * max(middle[2] - small[2], 0) + NOISE_KB + most // 8:
         yield f"{title}: memory grows faster than {count:,} to {most:,}"
     if title == "plan" and most >= 1_000_000:
         if largest[1] >= 60 or largest[2] >= 1 << 20:
@@ -119,8 +122,9 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--photos", type=int, default=100_000)
     parser.add_argument("--names", type=int, default=1_000_000)
-    parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
+    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release")
     parser.add_argument("--folder", type=pathlib.Path)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     options = parser.parse_args()
     build = options.build.resolve()
     folder = pathlib.Path(tempfile.mkdtemp(prefix="albums-", dir=options.folder))

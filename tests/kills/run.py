@@ -23,6 +23,7 @@ import sys
 import tempfile
 import time
 
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 OLD = b"mine"
 OUTPUTS = ("a", "b")
 
@@ -46,39 +47,47 @@ def environment(refused, build, home):
 
 
 class Album:
-    """Two photos, one output of which is there already."""
+    """Two photos, one output of which is there already, and takes several writes."""
 
     def __init__(self, build):
         self.build = build
-        seeds = pathlib.Path(tempfile.mkdtemp())
-        subprocess.run([build / "tests/fuzz/crayvell_fuzzseeds", seeds], check=True)
-        self.photo = (seeds / "album" / "colour.jpeg").read_bytes()
-        shutil.rmtree(seeds)
+        with tempfile.TemporaryDirectory() as seeds:
+            subprocess.run([build / "tests/fuzz/crayvell_fuzzseeds", seeds], check=True)
+            small = (pathlib.Path(seeds) / "album" / "colour.jpeg").read_bytes()
+        self.photos = {"a": small, "b": (ROOT / "examples/beach/beach.jpg").read_bytes()}
 
     def fill(self, folder):
         (folder / "in").mkdir()
         (folder / "out").mkdir()
         for name in OUTPUTS:
-            (folder / "in" / f"{name}.jpg").write_bytes(self.photo)
+            (folder / "in" / f"{name}.jpg").write_bytes(self.photos[name])
         (folder / "out/b.jpg").write_bytes(OLD)
 
     def command(self):
         return [self.build / "batch/crayvell-batch", "-j2", "--overwrite", "--fsync",
                 "--output-dir", "out", "in"]
 
-    def faults(self, folder, good, by):
+    def faults(self, folder, good, by, code):
         for name in OUTPUTS:
-            if (folder / "in" / f"{name}.jpg").read_bytes() != self.photo:
+            if (folder / "in" / f"{name}.jpg").read_bytes() != self.photos[name]:
                 yield f"in/{name}.jpg changed"
             output = folder / "out" / f"{name}.jpg"
             content = output.read_bytes() if output.exists() else None
             allowed = (good[name], OLD) if name == "b" else (good[name], None)
+            if code == 0 and content != good[name]:
+                yield f"out/{name}.jpg is not made, and the exit code is 0"
             if content not in allowed:
                 yield f"out/{name}.jpg is neither old nor complete"
-        strays = [path.name for path in (folder / "out").iterdir() if path.name.startswith(".")]
+        strays = self.strays(folder)
         # Nothing can tidy up after SIGKILL; the hidden name says whose file it was.
         if strays and by != signal.SIGKILL:
             yield f"left {strays}"
+        if not all(name.startswith(".crayvell-") for name in strays):
+            yield f"left {strays}, not hidden"
+
+    def strays(self, folder):
+        known = {"in", "out"} | {f"{name}.jpg" for name in OUTPUTS}
+        return [path.name for path in folder.rglob("*") if path.name not in known]
 
     def good(self, folder):
         return {name: (folder / "out" / f"{name}.jpg").read_bytes() for name in OUTPUTS}
@@ -96,9 +105,15 @@ class Save:
     def command(self):
         return [self.build / "tests/kills/crayvell_savingwindow", "sketch.png"]
 
-    def faults(self, folder, good, by):
+    def faults(self, folder, good, by, code):
+        if code == 0 and (folder / "sketch.png").read_bytes() != good:
+            yield "sketch.png is not saved, and the exit code is 0"
         if (folder / "sketch.png").read_bytes() not in (OLD, good):
             yield "sketch.png is neither old nor complete"
+
+    def strays(self, folder):
+        known = ("sketch.png", "sketch.png.photo.png")
+        return [path.name for path in folder.iterdir() if path.name not in known]
 
     def good(self, folder):
         return (folder / "sketch.png").read_bytes()
@@ -141,9 +156,32 @@ def run_until(kind, variables, folder, by, seconds):
     return code
 
 
+def require_hidden_names(kind, variables, folder):
+    """That the library is loaded and files without a name are refused."""
+    counts = folder / "counts"
+    run_whole(kind, dict(variables, NTH_CALL_COUNTS=str(counts)), folder)
+    made = dict(line.split() for line in counts.read_text().splitlines())
+    if int(made["rename"]) + int(made["renameat2"]) + int(made["linkat"]) == 0:
+        sys.exit("no hidden name is used")
+
+
 def try_kind(title, kind, by, count, folder, refused, numbers, build):
     top = pathlib.Path(tempfile.mkdtemp(prefix="kills-", dir=folder))
+    wrong = None
+    try:
+        wrong = try_in(top, title, kind, by, count, refused, numbers, build)
+    finally:
+        if not wrong:
+            shutil.rmtree(top)
+    return wrong
+
+
+def try_in(top, title, kind, by, count, refused, numbers, build):
     variables = environment(refused, build, top)
+    if refused:
+        (top / "counted").mkdir()
+        kind.fill(top / "counted")
+        require_hidden_names(kind, variables, top / "counted")
     durations = []
     for i in range(5):
         whole = top / f"good{i}"
@@ -159,9 +197,8 @@ def try_kind(title, kind, by, count, folder, refused, numbers, build):
         code = run_until(kind, variables, run, by, numbers.uniform(0, 1.1 * sorted(durations)[2]))
         runs += 1
         hits += code == -by
-        faults = list(kind.faults(run, good, by))
-        strays += any(path.name.startswith((".", "sketch.png.")) and "photo" not in path.name
-                      for path in run.rglob("*"))
+        faults = list(kind.faults(run, good, by, code))
+        strays += bool(kind.strays(run))
         if code not in (0, -by):
             faults.append(f"exit code {code}")
         if faults:
@@ -174,8 +211,6 @@ def try_kind(title, kind, by, count, folder, refused, numbers, build):
     way = "unnamed files" if has_unnamed_files(top) and not refused else "hidden names"
     print(f"{title}, {by.name}, {way}: {hits} ended in {runs} runs, "
           f"{strays} with a temporary file left, {wrong} faults", flush=True)
-    if not wrong:
-        shutil.rmtree(top)
     return wrong + (hits < count)
 
 
@@ -185,10 +220,11 @@ def main():
     parser.add_argument("--scale", type=float, default=100, help="per cent of the full number")
     parser.add_argument("--folder", type=pathlib.Path, action="append", default=[],
                         help="where to run: one with and one without unnamed files")
-    parser.add_argument("--build", type=pathlib.Path, default=pathlib.Path("build/release"))
+    parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release")
     options = parser.parse_args()
     # In the background of a shell SIGINT is ignored, and would be by every program from here.
     signal.signal(signal.SIGINT, signal.default_int_handler)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     build = options.build.resolve()
     numbers = random.Random(options.seed)
     rows = [("album", Album(build), signal.SIGKILL, 10_000),

@@ -39,18 +39,21 @@ watch_valgrind() {
     local work
     work=$(mktemp -d)
     # shellcheck disable=SC2064 # the folder of now
-    trap "rm -rf '$work'" RETURN
+    trap "rm -rf '$work'" EXIT
     mkdir "$work/album"
     cp examples/beach/beach.jpg "$work/album/one.jpg"
     convert examples/beach/beach.jpg -resize 400x "$work/album/two.png"
     convert examples/beach/beach.jpg -resize 300x "$work/album/three.tiff"
     memcheck build/release/batch/crayvell-batch -j2 --output-dir "$work/out" "$work/album"
+    memcheck build/release/batch/crayvell-batch -j2 --format png --output-dir "$work/png" "$work/album"
     printf 'crayvell-batch: an album, nothing found\n'
     # The toolkit's regular expressions make code that memcheck cannot judge.
     QT_ENABLE_REGEXP_JIT=0 HOME=$work bash "$here/window.sh" "$work/album/two.png" "$work/sketch.png" \
         valgrind --quiet --error-exitcode=99 --suppressions="$here/valgrind.supp" \
         build/release/app/crayvell
-    [[ -s $work/sketch.png ]]
+    # The sliders have moved: it is not the sketch of the levels at first.
+    [[ -s $work/sketch.png && -s $work/png/two.png ]]
+    ! compare -metric AE "$work/sketch.png" "$work/png/two.png" null: 2>/dev/null
     printf 'crayvell: open, process, sliders, save, quit, nothing found\n'
 }
 

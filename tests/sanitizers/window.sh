@@ -12,6 +12,10 @@ trap 'kill $server; wait; rm -r "$work"' EXIT
 read -r -t 60 display <"$work/display"
 export DISPLAY=:$display LC_ALL=C.UTF-8 QT_QPA_PLATFORM=xcb
 openbox >/dev/null 2>&1 &
+for ((tries = 0; tries < 300; ++tries)); do
+    ! xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q '#' || break
+    sleep 0.1
+done
 
 "$@" &
 program=$!
