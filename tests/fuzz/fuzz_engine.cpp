@@ -109,7 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t cou
     const Case wanted = caseIn(bytes);
     const Picture photo(wanted, bytes + headBytes, count - headBytes);
     for (const std::string &variant : sketch::variantNames()) {
-        sketch::useVariant(variant);
+        require(sketch::useVariant(variant));
         compare(wanted, photo);
     }
     return 0;

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <getopt.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -24,14 +25,29 @@ batch::Options parsed(std::vector<std::string> words)
     return batch::parseCommandLine(count, arguments.data());
 }
 
-// Photos of the list only, and nothing below a folder: the machine's own files are no
-// part of this.
+// Out of the folder that the target works in, by more than one step.
+bool leadsOut(const std::string &name)
+{
+    return name.starts_with('/') || name.find("../") != std::string::npos;
+}
+
+// Whatever separates its names.
+bool hasNameThatLeadsOut(const std::string &list)
+{
+    return leadsOut(list) || list.find("\n/") != std::string::npos
+        || list.find(std::string("\0/", 2)) != std::string::npos;
+}
+
+// Photos of the list only, and no output elsewhere: the machine's own files are no part
+// of this.
 void plan(batch::Options options, const std::string &list)
 {
     constexpr qint64 memory = 64 << 20;
     options.photos.clear();
     options.photoList = list;
     options.recursive = false;
+    if (leadsOut(options.output) || leadsOut(options.outputDirectory))
+        return;
     const batch::Plan plan(batch::collectInputs(options, memory), options);
     for (std::size_t i = 0; i < plan.size(); ++i) {
         const batch::PlannedPhoto photo = plan.photo(i);
@@ -46,10 +62,16 @@ void plan(batch::Options options, const std::string &list)
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
     startApplication();
+    // Both are removed, so that nothing is left: names lead nowhere then, and ".." leads
+    // to a folder without entries. Only a second step up would lead to the machine's own.
     char folder[] = "/tmp/fuzz-options-XXXXXX";
-    if (!mkdtemp(folder) || chdir(folder) != 0)
+    if (!mkdtemp(folder))
         __builtin_trap();
-    rmdir(folder); // names lead nowhere, and nothing is left
+    const std::string inner = folder + std::string("/inner");
+    if (mkdir(inner.c_str(), S_IRWXU) != 0 || chdir(inner.c_str()) != 0)
+        __builtin_trap();
+    if (rmdir(inner.c_str()) != 0 || rmdir(folder) != 0)
+        __builtin_trap();
     return 0;
 }
 
@@ -67,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t cou
         words.push_back(word.c_str()); // an argument ends at a zero
     }
     const std::string names = text.substr(std::min(at, text.size()));
-    if (names.find('/') != std::string::npos)
+    if (hasNameThatLeadsOut(names))
         return 0;
     const MemoryFile list(reinterpret_cast<const std::uint8_t *>(names.data()), names.size());
     try {

@@ -59,6 +59,19 @@ public:
             }
         }
     }
+    // What a blur leaves alone: the pixels that are so near to the border, and all alphas.
+    void fillBorderAndAlpha(int half)
+    {
+        for (int y = 0; y < m_view.height; ++y) {
+            const bool isInnerRow = y >= half && y < m_view.height - half;
+            for (int x = 0; x < m_view.width; ++x) {
+                const bool isInner = isInnerRow && x >= half && x < m_view.width - half;
+                std::uint8_t *const pixel = row(y) + 4 * x;
+                for (int channel = isInner ? 3 : 0; channel < 4; ++channel)
+                    pixel[channel] = 2;
+            }
+        }
+    }
     void require() const
     {
         for (int y = 0; y < m_view.height; ++y)
@@ -105,7 +118,7 @@ void blur(const Picture &photo, int width, int height, int padding)
             if (plan.weights.empty() || width <= 2 * plan.half || height <= 2 * plan.half)
                 continue;
             Picture blurred(width, height, padding);
-            blurred.fill(2);
+            blurred.fillBorderAndAlpha(plan.half);
             sketch::blurKernel(photo.constView(), blurred.view(), plan);
             blurred.require();
         }
