@@ -21,8 +21,8 @@ Files filesIn(const BatchProcess &batch)
     return files;
 }
 
-// A PNG's bytes may differ from run to run, as the library packs by hashes that hold a part
-// of an address; its pixels may not.
+// A PNG's bytes may differ from run to run, as what the library packs depends on where its
+// state lies; its pixels may not.
 bool isSame(const QByteArray &output, const QByteArray &good)
 {
     if (output == good)
