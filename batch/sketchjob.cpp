@@ -19,6 +19,7 @@
 #include "batch/sketchrows.h"
 #include "photo/encode/sketchencoder.h"
 #include "photo/exif.h"
+#include "photo/memorybudget.h"
 
 namespace batch {
 
@@ -116,7 +117,7 @@ private:
 
     qint64 need() const
     {
-        const qint64 pixels = qint64(m_size.width()) * m_size.height();
+        const qint64 pixels = photo::sizeProduct({m_size.width(), m_size.height()});
         const qint64 decoding = m_decoder->memoryNeed()
             + sketchRowsNeed(m_decoder->size().width(), m_options.jobs != 1);
         const qint64 encoding = photo::encoderNeed(sketchFormat(), m_size);
@@ -136,9 +137,10 @@ private:
         const bool isShared = m_memory.capacity() < m_options.maximumMemory;
         throw photo::PhotoError(
             "is " + std::to_string(m_size.width()) + " x " + std::to_string(m_size.height())
-            + " pixels and needs " + std::to_string((bytes >> 20) + 1) + " MB, more than the "
-            + std::to_string(m_memory.capacity() >> 20) + " MB that --max-memory allows"
-            + (isShared ? " beside the list of photos" : ""));
+            + " pixels and needs " + (bytes < photo::beyondMemory ? "" : "over ")
+            + std::to_string((std::min(bytes, photo::beyondMemory) >> 20) + 1)
+            + " MB, more than the " + std::to_string(m_memory.capacity() >> 20)
+            + " MB that --max-memory allows" + (isShared ? " beside the list of photos" : ""));
     }
 
     void readExif()

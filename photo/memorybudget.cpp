@@ -79,9 +79,19 @@ qint64 availableMemory()
     return std::max<qint64>(least, 0);
 }
 
+qint64 sizeProduct(std::initializer_list<qint64> sizes)
+{
+    if (std::min(sizes) <= 0)
+        return 0;
+    qint64 product = 1;
+    for (const qint64 size : sizes)
+        product = product > beyondMemory / size ? beyondMemory : product * size;
+    return product;
+}
+
 qint64 photoMemoryNeed(qint64 width, qint64 height)
 {
-    return width * height * bytesPerPixel;
+    return sizeProduct({width, height, bytesPerPixel});
 }
 
 } // namespace photo

@@ -9,6 +9,7 @@
 #include "photo/announcedpicture.h"
 #include "photo/decode/tifffile.h"
 #include "photo/decode/truncation.h"
+#include "photo/memorybudget.h"
 #include "photo/photoerror.h"
 #include "photo/webpheader.h"
 
@@ -35,9 +36,10 @@ qint64 tiffWorkBytes(QIODevice &device)
         return 0;
     TIFF *const tiff = file.get();
     const bool isTiled = TIFFIsTiled(tiff);
-    qint64 unpacked = isTiled ? TIFFTileSize(tiff) : TIFFStripSize(tiff);
+    qint64 planes = 1;
     if (tiffValue<uint16_t>(tiff, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE)
-        unpacked *= std::max<int>(tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL), 4);
+        planes = std::max<int>(tiffValue<uint16_t>(tiff, TIFFTAG_SAMPLESPERPIXEL), 4);
+    qint64 unpacked = sizeProduct({isTiled ? TIFFTileSize(tiff) : TIFFStripSize(tiff), planes});
     if (tiffValue<uint16_t>(tiff, TIFFTAG_COMPRESSION) == COMPRESSION_JPEG)
         unpacked += unpacked * 2;
     return largestStripInFile(tiff) + unpacked + heldValueBytes(tiff);
@@ -92,7 +94,7 @@ qint64 ToolkitDecoder::memoryNeed() const
     int bits = 32;
     if (m_kind.format != PhotoFormat::WebP)
         bits = std::max(bits, QImage::toPixelFormat(m_reader.imageFormat()).bitsPerPixel() + 0);
-    return qint64(m_size.width()) * m_size.height() * (bits / 8) + m_besidePicture;
+    return sizeProduct({m_size.width(), m_size.height(), bits / 8}) + m_besidePicture;
 }
 
 void ToolkitDecoder::decode()

@@ -2,6 +2,7 @@
 #include <QtEndian>
 
 #include "tests/batch/batchprocess.h"
+#include "tests/support/hostilephotos.h"
 #include "tests/support/pngfile.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
@@ -59,6 +60,10 @@ void tst_BatchLimits::bombs_data()
             patched(tiff, entry, QByteArray(side, 2) + QByteArray::fromHex("040001000000a0860100"));
     }
     QTest::newRow("tiff of 16 bits") << tiff << tooLarge;
+    QTest::newRow("tiff of 2^58 pixels")
+        << hostilephotos::tiffOfSize(1U << 29, 1U << 29)
+        << QByteArray(
+               "is 536870912 x 536870912 pixels and needs over 68719476737 MB, more than the");
 }
 
 void tst_BatchLimits::bombs()

@@ -4,6 +4,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
 
 #include "tests/support/testphotos.h"
 
@@ -53,6 +54,29 @@ inline QByteArray jpegWithHiddenScans(int hidden)
         file += QByteArray::fromHex("00ff02") + length + content;
     }
     return file + "\xff\xd9";
+}
+
+// A TIFF of 8 bits a channel that says it were so large, and holds no more than 100 bytes.
+inline QByteArray tiffOfSize(quint32 width, quint32 height)
+{
+    constexpr quint32 pixels = 100;
+    const std::array<std::array<quint32, 2>, 9> tags {{{256, width},
+                                                       {257, height},
+                                                       {258, 8},
+                                                       {259, 1}, // not packed
+                                                       {262, 1}, // black is 0
+                                                       {273, 8}, // where the pixels are
+                                                       {277, 1},
+                                                       {278, height},
+                                                       {279, pixels}}};
+    QByteArray file =
+        "II*" + QByteArray(1, '\0') + littleEndian(8 + pixels) + QByteArray(pixels, '\x55');
+    file += littleEndian(quint16(tags.size()));
+    constexpr quint16 longNumber = 4;
+    for (const auto &[tag, value] : tags)
+        file += littleEndian(quint16(tag)) + littleEndian(longNumber) + littleEndian(quint32(1))
+            + littleEndian(value);
+    return file + littleEndian(quint32(0));
 }
 
 // A grey TIFF of 16 x 16 pixels with so many more tags (unknown ones), all of which
