@@ -264,6 +264,11 @@ void AccessibilityTest::entriesAreAsTheToolkits()
     QCOMPARE(stateInWords(actual.state()), stateInWords(expected.state()));
     QVERIFY(actual.state().focused && expected.state().focused);
     QCOMPARE(actual.rect(), menu->actionGeometry(action).translated(menu->pos()));
+
+    action->setEnabled(false);
+    plain->setEnabled(false);
+    QCOMPARE(stateInWords(actual.state()), stateInWords(expected.state()));
+    QVERIFY(actual.state().disabled && expected.state().disabled);
 }
 
 void AccessibilityTest::pressingReturnsBeforeTheDialog_data()

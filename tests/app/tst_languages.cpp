@@ -114,6 +114,9 @@ void LanguagesTest::chosenByTheEnvironment_data()
     row("LANG", "LANG=pl_PL.UTF-8", "pl");
     row("LC_MESSAGES goes before LANG", "LANG=en_US.UTF-8 LC_MESSAGES=fr_FR.UTF-8", "fr");
     row("LC_ALL goes before both", "LANG=de_DE LC_MESSAGES=fr_FR LC_ALL=it_IT.UTF-8", "it");
+    row("LC_ALL goes before a plain LANG", "LANG=C LC_ALL=it_IT.UTF-8", "it");
+    row("plain in LC_ALL goes before LANG", "LANG=it_IT.UTF-8 LC_ALL=C", "");
+    row("plain in LC_MESSAGES goes before LANG", "LANG=it_IT.UTF-8 LC_MESSAGES=C", "");
     row("LANGUAGE goes before all", "LC_ALL=en_US.UTF-8 LANGUAGE=nl:ru:en", "ru");
     row("English first in LANGUAGE", "LANG=de_DE.UTF-8 LANGUAGE=en_GB:de", "");
     row("numbers are no language", "LANG=de_DE.UTF-8 LC_NUMERIC=C", "de");

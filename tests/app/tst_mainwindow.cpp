@@ -1,7 +1,9 @@
 #include "app/mainwindow.h"
 
+#include <QContextMenuEvent>
 #include <QMetaMethod>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QToolButton>
 
 #include "tests/app/mainwindowprobe.h"
@@ -31,6 +33,8 @@ private slots:
     void zoomInAndOutReturns();
     void quitEmitsOnce();
     void dropsReachTheWindow();
+    void toolBarCannotBeHidden();
+    void messagesStay();
 };
 
 void MainWindowTest::methodsInOrder_data()
@@ -343,6 +347,34 @@ void MainWindowTest::dropsReachTheWindow()
     ui.graphicsView->setScene(&MainWindowProbe::scene(window));
     QVERIFY(!ui.graphicsView->acceptDrops());
     QVERIFY(!ui.graphicsView->viewport()->acceptDrops());
+}
+
+// The toolkit would offer it in a menu of its own.
+void MainWindowTest::toolBarCannotBeHidden()
+{
+    MainWindow window;
+    window.show();
+    const Ui_MainWindow &ui = MainWindowProbe::ui(window);
+    for (QWidget *place : {static_cast<QWidget *>(ui.mainToolBar),
+                           static_cast<QWidget *>(ui.menuBar), static_cast<QWidget *>(&window)}) {
+        const QPoint centre = place->rect().center();
+        QContextMenuEvent pressed(QContextMenuEvent::Mouse, centre, place->mapToGlobal(centre));
+        QCoreApplication::sendEvent(place, &pressed);
+        QVERIFY2(!QApplication::activePopupWidget(), place->metaObject()->className());
+    }
+    QVERIFY(ui.mainToolBar->isVisible());
+}
+
+void MainWindowTest::messagesStay()
+{
+    MainWindow window;
+    QStatusBar *bar = MainWindowProbe::ui(window).statusBar;
+    const auto goesAway = [bar] { return !bar->findChildren<QTimer *>().isEmpty(); };
+    bar->showMessage(QStringLiteral("shortly"), 100'000);
+    QVERIFY(goesAway()); // so the toolkit does it
+    MainWindowProbe::ui(window).actionSave->trigger();
+    QCOMPARE(bar->currentMessage(), QStringLiteral("Nothing to save."));
+    QVERIFY(!goesAway());
 }
 
 CRAYVELL_TEST_MAIN(MainWindowTest)

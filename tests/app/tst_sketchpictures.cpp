@@ -40,6 +40,7 @@ private slots:
     void isWrittenWithoutACopy();
     void takesTurns();
     void keepsPicturesThatAreInUse();
+    void drawsOverNoneThatIsInUse();
     void followsThePhotosSize();
     void pixmapSharesThePicture();
     void pixmapIsSafeFromThePicture();
@@ -99,6 +100,21 @@ void SketchPicturesTest::keepsPicturesThatAreInUse()
     pictures.release();
     for (int i = 0; i < 4; ++i)
         QCOMPARE(kept[i].pixel(39, 29), qRgb(i, i, i));
+}
+
+void SketchPicturesTest::drawsOverNoneThatIsInUse()
+{
+    SketchPictures pictures;
+    QList<QImage> kept;
+    for (int i = 0; i < 4; ++i) {
+        QImage sketch = pictures.next(m_photo);
+        for (const QImage &other : kept)
+            QVERIFY(sketch.constBits() != other.constBits());
+        sketch.fill(QColor(i, i, i));
+        kept += sketch;
+    }
+    for (int i = 0; i < 4; ++i)
+        QCOMPARE(kept[i].pixel(0, 0), qRgb(i, i, i));
 }
 
 void SketchPicturesTest::followsThePhotosSize()

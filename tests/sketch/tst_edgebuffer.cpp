@@ -35,6 +35,7 @@ private slots:
     void uniformPicturesAreBlank();
     void aDarkPixelStaysAlone();
     void borderIsBlank();
+    void longRowsEqualTheReference();
     void progressOfWidthAHundred();
     void progressOfSmallPictures_data();
     void progressOfSmallPictures();
@@ -66,12 +67,6 @@ void EdgeBufferTest::luminanceTruncates()
     QCOMPARE(sketch::reference::luminance(colour), level);
 }
 
-// Pictures of few colours have equal maxima, black neighbourhoods and greys.
-// All pairs of a level and the brightest level around it: every five columns a
-// pixel of the level, with a pixel of the brightest in its neighbourhood.
-// Where 30 r + 59 g + 11 b is a multiple of 100 the double sum decides whether
-// a level is lost. The picture shows each such colour in a white field.
-// Besides the photo and the edge buffer; pictures of 108 megapixels are so wide.
 void EdgeBufferTest::uniformPicturesAreBlank_data()
 {
     QTest::addColumn<QRgb>("colour");
@@ -109,6 +104,14 @@ void EdgeBufferTest::borderIsBlank()
                 QCOMPARE(int(edges[y * width + x]), 0);
         }
     }
+}
+
+// A photo inside a wider picture: what follows a row is not the next one.
+void EdgeBufferTest::longRowsEqualTheReference()
+{
+    const QImage wide = pictures::noise(90, 30);
+    const QImage photo(wide.constBits() + 4 * 7, 61, 30, wide.bytesPerLine(), wide.format());
+    QCOMPARE(difference(edgesOf(photo), referenceEdges(photo.copy()), 61), QString());
 }
 
 void EdgeBufferTest::progressOfWidthAHundred()

@@ -34,8 +34,9 @@ QImage uniform(int width, int height, QRgb colour)
 class Misaligned
 {
 public:
-    explicit Misaligned(const QImage &picture)
-        : m_stride((picture.width() | 1) * 4 + 8)
+    // between: pixels, an even number, that at least lie between two rows.
+    explicit Misaligned(const QImage &picture, int between = 2)
+        : m_stride(((picture.width() | 1) + between) * 4)
         , m_memory(m_stride * picture.height() + 8, 0x77)
         , image(m_memory.data() + 4, picture.width(), picture.height(), m_stride,
                 QImage::Format_ARGB32)
@@ -70,7 +71,7 @@ QString differenceFromReference(const QImage &picture, int size, double sigma)
     QImage expected = before.copy();
     sketch::reference::blur(&source, &expected, size, sigma);
     Misaligned from(picture);
-    Misaligned to(before);
+    Misaligned to(before, 6);
     blur(&from.image, &to.image, size, sigma);
     QString wrong = pictures::difference(to.image, expected);
     if (!from.isIntact() || !to.isIntact())

@@ -1,5 +1,7 @@
 #include "sketch/levels.h"
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "sketch/reference/levels.h"
@@ -37,6 +39,8 @@ private slots:
     void everySizeEqualsTheReference();
     void everyLevelPairEqualsTheReference();
     void oddStrideEqualsTheReference();
+    void largePicturesEqualTheReference_data();
+    void largePicturesEqualTheReference();
     void detachesFromSharedImages();
     void emptyImageTouchesNothing();
 };
@@ -164,6 +168,40 @@ void LevelsTest::oddStrideEqualsTheReference()
     QCOMPARE(pictures::difference(actual, expected), QString());
     QCOMPARE(int(memory[4 + width * 4]), 0x77); // between the rows nothing is written
     QCOMPARE(int(memory[3]), 0x77);
+}
+
+void LevelsTest::largePicturesEqualTheReference_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("between"); // pixels between two rows
+    QTest::addColumn<int>("before"); // pixels between the memory's start and the first
+    QTest::newRow("whole vectors") << 2048 << 0 << 0;
+    QTest::newRow("rows that begin anywhere") << 2039 << 0 << 0;
+    QTest::newRow("a first pixel that begins anywhere") << 2048 << 0 << 3;
+    QTest::newRow("gaps between the rows") << 2045 << 6 << 1;
+}
+
+// More than what stays in the caches is written past them.
+void LevelsTest::largePicturesEqualTheReference()
+{
+    QFETCH(int, width);
+    QFETCH(int, between);
+    QFETCH(int, before);
+    const int height = 1000;
+    const qsizetype stride = (width + between) * 4;
+    QVERIFY(stride * height > 8'000'000);
+    alignas(64) static uchar memory[8'500'000];
+    std::fill(std::begin(memory), std::end(memory), uchar(0x77));
+    QImage actual(memory + 4 * before, width, height, stride, QImage::Format_ARGB32);
+    QImage expected(width, height, QImage::Format_ARGB32);
+    const auto edges = ramp(static_cast<std::size_t>(width) * height);
+    updatePenLevels(actual, edges.data(), 40, 210);
+    sketch::reference::updatePenLevels(expected, edges.data(), 40, 210);
+    QCOMPARE(pictures::difference(actual, expected), QString());
+    const auto gap = [&](int y) { return memory + 4 * before + y * stride + 4 * width; };
+    for (int y = 0; y < height; ++y)
+        QVERIFY(std::all_of(gap(y), gap(y) + 4 * between, [](uchar b) { return b == 0x77; }));
+    QCOMPARE(int(*gap(height - 1)), 0x77);
 }
 
 void LevelsTest::detachesFromSharedImages()

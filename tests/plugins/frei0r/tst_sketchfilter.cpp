@@ -5,15 +5,45 @@
 #include <QProcess>
 #include <QXmlStreamReader>
 
+#include <atomic>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <new>
 #include <thread>
 #include <vector>
 
 #include "tests/plugins/frei0r/frei0rplugin.h"
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
+
+namespace {
+
+std::atomic<bool> hasMemory = true;
+std::atomic<long> inUse; // pieces of memory of this program and the plug-in
+
+} // namespace
+
+void *operator new(std::size_t size)
+{
+    void *const memory = hasMemory ? std::malloc(size) : nullptr;
+    if (!memory)
+        throw std::bad_alloc();
+    ++inUse;
+    return memory;
+}
+
+void operator delete(void *memory) noexcept
+{
+    inUse -= memory != nullptr;
+    std::free(memory);
+}
+
+void operator delete(void *memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
 
 namespace {
 
@@ -45,6 +75,8 @@ private slots:
     void impossibleSizes_data();
     void impossibleSizes();
     void goesOnWithoutAnInstance();
+    void passesTheFrameOnWithoutMemory();
+    void instancesAreGivenBack();
     void instancesInThreads();
     void oneInstanceInThreads();
 
@@ -286,6 +318,35 @@ void SketchFilterTest::goesOnWithoutAnInstance()
     m_plugin.update(nullptr, 0, &frame, &paper);
     QCOMPARE(paper, 7U);
     m_plugin.destruct(nullptr);
+}
+
+void SketchFilterTest::passesTheFrameOnWithoutMemory()
+{
+    const QImage photo = pictures::noise(157, 61);
+    Filter filter(m_plugin, photo.size());
+    QImage paper(photo.size(), QImage::Format_ARGB32);
+    paper.fill(0x12345678);
+    uchar *const pixels = paper.bits();
+    hasMemory = false;
+    filter.update(photo.constBits(), pixels);
+    const f0r_instance_t none = m_plugin.construct(8, 8);
+    hasMemory = true;
+    QVERIFY(!none);
+    QCOMPARE(pictures::difference(paper, photo), QString());
+    QCOMPARE(pictures::difference(filter.sketchOf(photo), pictures::expectedSketch(photo, 0, 255)),
+             QString());
+}
+
+void SketchFilterTest::instancesAreGivenBack()
+{
+    const QImage photo = pictures::noise(32, 24);
+    const long before = inUse;
+    {
+        Filter filter(m_plugin, photo.size());
+        QVERIFY(inUse > before);
+        filter.sketchOf(photo);
+    }
+    QCOMPARE(long(inUse), before);
 }
 
 void SketchFilterTest::instancesInThreads()
