@@ -1,7 +1,9 @@
+#include <QGraphicsItem>
 #include <QGraphicsScene>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QResizeEvent>
+#include <QSet>
 #include <QWheelEvent>
 
 #include <cstdint>
@@ -41,18 +43,55 @@ private:
     std::size_t m_left;
 };
 
+// The items that a canvas takes out of its scene and leaves to whoever knows them.
+class ItemsTakenOut
+{
+public:
+    ItemsTakenOut() = default;
+    ~ItemsTakenOut() { qDeleteAll(m_items); }
+    Q_DISABLE_COPY_MOVE(ItemsTakenOut)
+
+    void lookAt(const QGraphicsScene &scene)
+    {
+        for (QGraphicsItem *const item : scene.items())
+            m_items.insert(item);
+    }
+    // Before a scene goes, with what is still in it.
+    void leaveAlone(const QGraphicsScene &scene)
+    {
+        for (QGraphicsItem *const item : scene.items())
+            m_items.remove(item);
+    }
+
+private:
+    QSet<QGraphicsItem *> m_items;
+};
+
 class Stage
 {
 public:
     Stage()
     {
-        m_view.setScene(m_scene.get());
-        m_view.setMouseTracking(true);
-        m_view.resize(400, 300);
-        m_view.show();
+        m_view->setScene(m_scene.get());
+        m_view->setMouseTracking(true);
+        m_view->resize(400, 300);
+        m_view->show();
     }
+    ~Stage()
+    {
+        m_view.reset(); // takes items out, too
+        m_takenOut.leaveAlone(*m_scene);
+    }
+    Q_DISABLE_COPY_MOVE(Stage)
 
     void step(Numbers &numbers)
+    {
+        change(numbers);
+        m_takenOut.lookAt(*m_scene);
+    }
+
+private:
+    void change(Numbers &numbers)
     {
         switch (numbers.byte() % 12) {
         case 0: return press(numbers);
@@ -60,8 +99,8 @@ public:
         case 2: return release(numbers);
         case 3: return wheel(numbers);
         case 4: return key(numbers);
-        case 5: return m_view.resize(numbers.byte(), numbers.byte());
-        case 6: m_view.toolMode = numbers.byte() % 14; return;
+        case 5: return m_view->resize(numbers.byte(), numbers.byte());
+        case 6: m_view->toolMode = numbers.byte() % 14; return;
         case 7: return sizes(numbers);
         case 8: return scene(numbers);
         case 9: return item(numbers);
@@ -69,13 +108,11 @@ public:
         default: return leave();
         }
     }
-
-private:
     void send(QEvent::Type type, QPointF position, Qt::MouseButton button)
     {
-        QMouseEvent event(type, position, m_view.viewport()->mapToGlobal(position), button, m_held,
+        QMouseEvent event(type, position, m_view->viewport()->mapToGlobal(position), button, m_held,
                           Qt::NoModifier);
-        QApplication::sendEvent(m_view.viewport(), &event);
+        QApplication::sendEvent(m_view->viewport(), &event);
     }
     static Qt::MouseButton button(Numbers &numbers)
     {
@@ -106,10 +143,10 @@ private:
     void wheel(Numbers &numbers)
     {
         const QPointF at = point(numbers);
-        QWheelEvent event(at, m_view.viewport()->mapToGlobal(at), QPoint(),
+        QWheelEvent event(at, m_view->viewport()->mapToGlobal(at), QPoint(),
                           QPoint(numbers.wide(), numbers.wide()), m_held, Qt::NoModifier,
                           Qt::NoScrollPhase, false);
-        QApplication::sendEvent(m_view.viewport(), &event);
+        QApplication::sendEvent(m_view->viewport(), &event);
     }
     void key(Numbers &numbers)
     {
@@ -117,23 +154,24 @@ private:
                         numbers.byte() % 2 ? Qt::Key_Space + numbers.byte()
                                            : Qt::Key_Escape + numbers.byte(),
                         Qt::NoModifier);
-        QApplication::sendEvent(&m_view, &event);
+        QApplication::sendEvent(m_view.get(), &event);
     }
     void sizes(Numbers &numbers)
     {
         for (quint8 *const size :
-             {&m_view.keepMarkerSize, &m_view.removeMarkerSize, &m_view.keepBrushSize,
-              &m_view.removeBrushSize, &m_view.eraserSize, &m_view.blueMarkerSize})
+             {&m_view->keepMarkerSize, &m_view->removeMarkerSize, &m_view->keepBrushSize,
+              &m_view->removeBrushSize, &m_view->eraserSize, &m_view->blueMarkerSize})
             *size = static_cast<quint8>(numbers.byte());
-        m_view.markerOpacity = numbers.byte() / 25.0;
+        m_view->markerOpacity = numbers.byte() / 25.0;
     }
     void scene(Numbers &numbers)
     {
         if (numbers.byte() % 4 == 0)
-            m_view.setScene(nullptr);
-        m_view.forgetItems();
+            m_view->setScene(nullptr);
+        m_view->forgetItems();
+        m_takenOut.leaveAlone(*m_scene);
         m_scene = std::make_unique<QGraphicsScene>(0, 0, numbers.wide(), numbers.wide());
-        m_view.setScene(m_scene.get());
+        m_view->setScene(m_scene.get());
     }
     void item(Numbers &numbers)
     {
@@ -146,16 +184,17 @@ private:
     void zoom(Numbers &numbers)
     {
         const double scale = (numbers.byte() + 1) / 64.0;
-        m_view.scale(scale, scale);
+        m_view->scale(scale, scale);
     }
     void leave()
     {
         QEvent event(QEvent::Leave);
-        QApplication::sendEvent(&m_view, &event);
+        QApplication::sendEvent(m_view.get(), &event);
     }
 
+    ItemsTakenOut m_takenOut; // goes last
     std::unique_ptr<QGraphicsScene> m_scene = std::make_unique<QGraphicsScene>(0, 0, 200, 150);
-    TarnGraphicsView m_view;
+    std::unique_ptr<TarnGraphicsView> m_view = std::make_unique<TarnGraphicsView>();
     Qt::MouseButtons m_held = Qt::NoButton;
 };
 
