@@ -79,11 +79,14 @@ void SketchPicturesTest::takesTurns()
     SketchPictures pictures;
     QImage shown = pictures.next(m_photo);
     const uchar *first = shown.constBits();
+    shown.fill(Qt::red);
     shown = pictures.next(m_photo); // the first is still in use when this is asked for
     const uchar *second = shown.constBits();
     QVERIFY(second != first);
+    shown.fill(Qt::green);
     shown = pictures.next(m_photo);
     QCOMPARE(shown.constBits(), first);
+    QCOMPARE(shown.pixelColor(0, 0), QColor(Qt::red)); // not a copy at the same place
     shown = pictures.next(m_photo);
     QCOMPARE(shown.constBits(), second);
 }
