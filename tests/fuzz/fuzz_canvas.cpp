@@ -213,5 +213,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t cou
     Stage stage;
     for (int i = 0; i < mostEvents && !numbers.isEmpty(); ++i)
         stage.step(numbers);
+    // What the window system would say, and painting; else it waits for ever in a queue.
+    QCoreApplication::processEvents();
     return 0;
 }
