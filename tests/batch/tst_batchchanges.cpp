@@ -14,6 +14,8 @@ private slots:
     void changedOutputStays();
     void knownLinkIsFollowed();
     void vanishedOutputIsMadeAnew();
+    void newLinkToNowhereStays();
+    void outputThatCannotBeLookedAtStays();
     void newOutputStays();
     void newerLeavesWhatAnotherRunMade();
 };
@@ -97,6 +99,30 @@ void tst_BatchChanges::vanishedOutputIsMadeAnew()
                      0);
         QCOMPARE(QImage(batch.path("a-sketch.jpg")).size(), QSize(64, 48));
     }
+}
+
+void tst_BatchChanges::outputThatCannotBeLookedAtStays()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    batch.write("a-sketch.jpg", "mine");
+    const auto outcome = batch.run({"--overwrite", "a.jpg"}, {}, failingCalls("fstatat"));
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, QByteArray("a.jpg: cannot replace the output: Input/output error\n"));
+    QCOMPARE(batch.contents("a-sketch.jpg"), "mine");
+    QCOMPARE(batch.files(), QStringList({"a-sketch.jpg", "a.jpg"}));
+}
+
+void tst_BatchChanges::newLinkToNowhereStays()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto outcome =
+        batch.run({"--overwrite", "a.jpg"}, {}, runningAt("a.jpg", "ln -s nowhere a-sketch.jpg"));
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, QByteArray("a.jpg: the output is a link that leads nowhere\n"));
+    QVERIFY(!batch.exists("nowhere"));
+    QCOMPARE(batch.files(), QStringList({"a-sketch.jpg", "a.jpg"}));
 }
 
 void tst_BatchChanges::newOutputStays()

@@ -15,6 +15,7 @@ private slots:
     void bombs_data();
     void bombs();
     void maximumMemoryIsNamed();
+    void maximumMemoryOfItself();
     void maximumMemoryOfLosslessWebP();
     void maximumMemoryOfStandardInput();
     void tooManyScans();
@@ -92,6 +93,28 @@ void tst_BatchLimits::maximumMemoryIsNamed()
              outcome.errors.constData());
     QVERIFY(outcome.errors.contains("more than the 1 MB that --max-memory allows"));
     COMPARE_EXIT(batch.run({"--max-memory", "100M", "a.bmp"}), 0);
+}
+
+// Half of what is available. Other programs take and give memory meanwhile.
+void tst_BatchLimits::maximumMemoryOfItself()
+{
+    const auto available = [] {
+        QFile table("/proc/meminfo");
+        const bool isOpen = table.open(QIODevice::ReadOnly);
+        const QByteArray rest =
+            isOpen ? table.readAll().split(':').value(3).trimmed() : QByteArray();
+        return rest.left(rest.indexOf(' ')).toLongLong() / 1024;
+    };
+    BatchProcess batch;
+    batch.write("a.tif", hostilephotos::tiffOfSize(1U << 29, 1U << 29));
+    const qint64 before = available();
+    const auto outcome = batch.run({"a.tif"});
+    const qint64 most = std::max(before, available());
+    COMPARE_EXIT(outcome, 1);
+    const qsizetype at = outcome.errors.indexOf("more than the ") + 14;
+    const qint64 allowed =
+        outcome.errors.mid(at, outcome.errors.indexOf(" MB that") - at).toLongLong();
+    QVERIFY2(allowed > 0 && allowed < most * 3 / 4, outcome.errors + QByteArray::number(most));
 }
 
 // Decoding a lossless WebP takes two pictures of 32 bits and the file.

@@ -8,9 +8,9 @@
 
 namespace {
 
-void setTime(const QString &file, time_t seconds)
+void setTime(const QString &file, time_t seconds, long nanoseconds = 0)
 {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    const timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
     QCOMPARE(utimensat(AT_FDCWD, QFile::encodeName(file).constData(), times, 0), 0);
 }
 
@@ -23,7 +23,9 @@ class tst_BatchSafety : public QObject
 
 private slots:
     void existingOutputFails();
+    void overwriteReplacesAndKeepsPermissions_data();
     void overwriteReplacesAndKeepsPermissions();
+    void planTellsWhatIsReplaced();
     void overwriteFollowsLinks();
     void overwriteLeavesWhatIsNoFile_data();
     void overwriteLeavesWhatIsNoFile();
@@ -59,21 +61,44 @@ void tst_BatchSafety::existingOutputFails()
     QVERIFY(!batch.exists("nowhere"));
 }
 
+void tst_BatchSafety::overwriteReplacesAndKeepsPermissions_data()
+{
+    QTest::addColumn<uint>("mode");
+    QTest::newRow("of the owner alone") << 0600U;
+    QTest::newRow("for all to run") << 0755U;
+    QTest::newRow("of the group") << 02770U;
+    QTest::newRow("sticky") << 01644U;
+}
+
 void tst_BatchSafety::overwriteReplacesAndKeepsPermissions()
 {
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
     batch.write("a-sketch.jpg", "mine");
-    QVERIFY(
-        QFile::setPermissions(batch.path("a-sketch.jpg"), QFile::ReadOwner | QFile::WriteOwner));
+    QFETCH(uint, mode);
+    const QByteArray sketch = QFile::encodeName(batch.path("a-sketch.jpg"));
+    QCOMPARE(chmod(sketch.constData(), mode), 0);
     COMPARE_EXIT(batch.run({"--overwrite", "a.jpg"}), 0);
     QCOMPARE(QImage(batch.path("a-sketch.jpg")).size(), QSize(64, 48));
     struct stat status
     {
     };
-    QCOMPARE(stat(QFile::encodeName(batch.path("a-sketch.jpg")).constData(), &status), 0);
-    QCOMPARE(status.st_mode & 0777, mode_t(0600));
+    QCOMPARE(stat(sketch.constData(), &status), 0);
+    QCOMPARE(status.st_mode & 07777, mode_t(mode));
     QCOMPARE(batch.files(), QStringList({"a-sketch.jpg", "a.jpg"}));
+}
+
+void tst_BatchSafety::planTellsWhatIsReplaced()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    batch.write("b.jpg", testphotos::jpeg());
+    batch.write("b-sketch.jpg", "mine");
+    const auto outcome = batch.run({"--dry-run", "--overwrite", "a.jpg", "b.jpg"});
+    COMPARE_EXIT(outcome, 0);
+    QCOMPARE(outcome.output,
+             QByteArray("a.jpg -> a-sketch.jpg\nb.jpg -> b-sketch.jpg (replaced)\n"));
+    QCOMPARE(batch.contents("b-sketch.jpg"), "mine");
 }
 
 void tst_BatchSafety::overwriteFollowsLinks()
@@ -183,12 +208,15 @@ void tst_BatchSafety::collisionsWriteNothing()
         batch.write(name, photo);
     QVERIFY(QFile::link("x", batch.path("z")));
     const QStringList before = batch.files();
-    const auto outcome = batch.run(arguments);
-    COMPARE_EXIT(outcome, 2);
-    QCOMPARE(outcome.errors.count("has the same output as"), count);
-    QVERIFY(!outcome.errors.contains("c.jpg"));
-    QCOMPARE(batch.files(), before);
-    QVERIFY(!batch.exists("out"));
+    for (const char *telling : {"-j2", "-q", "-v", "--json"}) {
+        const auto outcome = batch.run(QStringList {telling} + arguments);
+        COMPARE_EXIT(outcome, 2);
+        QCOMPARE(outcome.errors.count("has the same output as"), count);
+        QVERIFY2(!outcome.errors.contains("c.jpg"), outcome.errors.constData());
+        QVERIFY2(!outcome.output.contains("c.jpg"), outcome.output.constData());
+        QCOMPARE(batch.files(), before);
+        QVERIFY(!batch.exists("out"));
+    }
 }
 
 void tst_BatchSafety::skipExistingDoesTheRest()
@@ -241,6 +269,9 @@ void tst_BatchSafety::newerAfterPreserve()
     batch.write("a.jpg", testphotos::jpeg());
     setTime(batch.path("a.jpg"), 2000);
     const QStringList arguments {"-v", "--newer", "--preserve", "a.jpg"};
+    QVERIFY(batch.run(arguments).errors.contains("1 done"));
+    QVERIFY(batch.run(arguments).errors.contains("1 skipped"));
+    setTime(batch.path("a.jpg"), 2000, 1'000'000);
     QVERIFY(batch.run(arguments).errors.contains("1 done"));
     QVERIFY(batch.run(arguments).errors.contains("1 skipped"));
     setTime(batch.path("a.jpg"), 2001);

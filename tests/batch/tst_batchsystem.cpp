@@ -309,6 +309,7 @@ void tst_BatchSystem::poorFileSystems_data()
     QTest::addColumn<QString>("calls");
 
     QTest::newRow("no files without a name") << "unnamed";
+    QTest::newRow("no /proc") << "proc";
     QTest::newRow("a renaming that replaces only") << "unnamed renameat2";
     QTest::newRow("an old system") << "unnamed renameat2-missing";
     QTest::newRow("and no links") << "unnamed renameat2 link";

@@ -3,7 +3,8 @@
 // environment variables:
 //
 //   FAILING_CALLS     words out of: unnamed (files without a name), renameat2
-//                     (EINVAL), renameat2-missing (ENOSYS), link (EPERM), thread=N
+//                     (EINVAL), renameat2-missing (ENOSYS), link (EPERM), proc (no
+//                     descriptors' names below /proc), fstatat (EIO), thread=N
 //                     (no thread after the first N), read=N (EIO at the N-th read
 //                     from a photo, that is from a file of 100,000 bytes or more)
 //   AT_CALL           fsync, read=N as above, or the end of a file's name that is
@@ -169,6 +170,30 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to, un
     return next<Call>("renameat2")(fromFolder, from, toFolder, to, flags);
 }
 
+bool isInProc(const char *path)
+{
+    return fails("proc") && std::string_view(path).starts_with("/proc/");
+}
+
+int access(const char *path, int mode)
+{
+    if (isInProc(path)) {
+        errno = ENOENT;
+        return -1;
+    }
+    return next<int(const char *, int)>("access")(path, mode);
+}
+
+int fstatat(int folder, const char *path, struct stat *status, int flags)
+{
+    if (fails("fstatat")) {
+        errno = EIO;
+        return -1;
+    }
+    using Call = int(int, const char *, struct stat *, int);
+    return next<Call>("fstatat")(folder, path, status, flags);
+}
+
 int link(const char *from, const char *to)
 {
     if (fails("link")) {
@@ -180,8 +205,8 @@ int link(const char *from, const char *to)
 
 int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
 {
-    if (fails("link")) {
-        errno = EPERM;
+    if (fails("link") || isInProc(from)) {
+        errno = isInProc(from) ? ENOENT : EPERM;
         return -1;
     }
     using Call = int(int, const char *, int, const char *, int);
