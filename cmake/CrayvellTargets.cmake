@@ -73,8 +73,9 @@ function(crayvell_check_sources)
     foreach(folder IN LISTS ARG_FOLDERS)
         file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
             "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
-        # A hidden one is an editor's, beside a file that is open in it.
-        list(FILTER sources EXCLUDE REGEX "/\\.")
+        # A hidden one is an editor's, beside a file that is open in it; a build may have
+        # been made in any folder.
+        list(FILTER sources EXCLUDE REGEX "/(\\.|build(-[^/]*)?/)")
         foreach(subfolder IN LISTS ARG_EXCEPT)
             list(FILTER sources EXCLUDE REGEX "^${subfolder}")
         endforeach()
