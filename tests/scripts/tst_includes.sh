@@ -2,6 +2,7 @@
 # The rules of cmake/CheckIncludes.cmake: this tree keeps them, and trees that do not
 # are found out, each with a line that says why.
 set -euo pipefail
+export LC_ALL=C.UTF-8 # what a to z are is another thing elsewhere
 tree=$1
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
