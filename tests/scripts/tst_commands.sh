@@ -102,6 +102,10 @@ check "arm64/run.sh: unknown option" 2 '^usage: tests/arm64/run.sh' \
     "$source_folder/tests/arm64/run.sh" --fast
 check "firsthour/run.sh: unknown option" 2 '^usage: tests/firsthour/run.sh' \
     "$source_folder/tests/firsthour/run.sh" --fast
+check "anywhere/run.sh: unknown option" 2 '^usage: tests/anywhere/run.sh' \
+    "$source_folder/tests/anywhere/run.sh" --fast
+check "anywhere/run.sh: unknown place" 2 'no place "moon"' \
+    "$source_folder/tests/anywhere/run.sh" moon
 check "package/run.sh: unknown option" 2 '^usage: tests/package/run.sh' \
     "$source_folder/tests/package/run.sh" --fast
 
