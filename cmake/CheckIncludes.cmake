@@ -126,7 +126,8 @@ function(crayvell_check_includes top)
             list(APPEND patterns "${top}/${folder}/*.${suffix}")
         endforeach()
         file(GLOB_RECURSE sources RELATIVE "${top}" ${patterns})
-        list(FILTER sources EXCLUDE REGEX "(^|/)\\.") # an editor's lock or backup
+        # An editor's lock or backup, or a build's.
+        list(FILTER sources EXCLUDE REGEX "(^|/)(\\.|build(-[^/]*)?/)")
         foreach(source IN LISTS sources)
             _crayvell_folder_of("${source}" own)
             if(own STREQUAL folder)

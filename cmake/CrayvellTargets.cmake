@@ -57,6 +57,17 @@ function(crayvell_sanitize_test name)
         "ASAN_OPTIONS=fast_unwind_on_malloc=0;LSAN_OPTIONS=suppressions=${suppressions}:print_suppressions=0")
 endfunction()
 
+# What a user's surroundings would change of what a test sees: how large, in which style and
+# where windows are drawn, and that options are none any more after the first file's name.
+function(crayvell_own_surroundings name)
+    set(changes QT_QPA_PLATFORM=set:offscreen QTEST_DISABLE_STACK_DUMP=set:1)
+    foreach(variable IN ITEMS POSIXLY_CORRECT QT_ENABLE_HIGHDPI_SCALING QT_FONT_DPI
+            QT_QPA_PLATFORMTHEME QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS QT_STYLE_OVERRIDE)
+        list(APPEND changes ${variable}=unset:)
+    endforeach()
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT_MODIFICATION "${changes}")
+endfunction()
+
 function(_crayvell_note_sources)
     foreach(source IN LISTS ARGV)
         cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
@@ -73,8 +84,9 @@ function(crayvell_check_sources)
     foreach(folder IN LISTS ARG_FOLDERS)
         file(GLOB_RECURSE sources CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
             "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
-        # A hidden one is an editor's, beside a file that is open in it.
-        list(FILTER sources EXCLUDE REGEX "/\\.")
+        # A hidden one is an editor's, beside a file that is open in it; a build may have
+        # been made in any folder.
+        list(FILTER sources EXCLUDE REGEX "/(\\.|build(-[^/]*)?/)")
         foreach(subfolder IN LISTS ARG_EXCEPT)
             list(FILTER sources EXCLUDE REGEX "^${subfolder}")
         endforeach()

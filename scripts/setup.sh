@@ -1,6 +1,9 @@
 # Set-up that ./run, ./test and bench/run share; sourced, not run. Expects $root to be the
 # top folder of the tree.
 
+# Where the presets are built, each in a folder of its own.
+build_folder=${CRAYVELL_BUILD:-$root/build}
+
 # What building and showing the programs takes.
 run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-formats-plugins
     qt6-wayland qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools qt6-translations-l10n
@@ -50,20 +53,58 @@ install_packages() {
     exit 1
 }
 
+# refuse TEXT...: ends the script with 1 and that line.
+refuse() {
+    say "$*"
+    exit 1
+}
+
+# A folder that its maker cannot write into serves nobody.
+own_umask() {
+    umask u+rwx
+}
+
+# Ends the script with 1 and one line where the preset $1 cannot be built.
+need_build_folder() {
+    local folder
+    [[ $root$build_folder != *[\"\;\\#[\]$'\n']* ]] ||
+        refuse 'CMake cannot build in a folder with one of these signs in its path: " ; \ # [ ]'
+    [[ $build_folder == /* ]] || refuse "CRAYVELL_BUILD has to begin with a slash: $build_folder"
+    (own_umask && mkdir -p "$build_folder") 2>/dev/null || true
+    for folder in "$build_folder" "$build_folder/$1"; do
+        [[ -w $folder || ( -w $build_folder && ! -e $folder ) ]] ||
+            refuse "The folder $folder cannot be written; CRAYVELL_BUILD=FOLDER names another one."
+    done
+}
+
+# Ends the script with 1 and one line where the tests could not keep their files, or
+# could not start what they make.
+need_temporary_folder() {
+    local folder=${TMPDIR:-/tmp} probe
+    [[ $folder == /* ]] && probe=$(mktemp -d 2>/dev/null) ||
+        refuse "The tests need a folder for their files; TMPDIR names $folder, which is none or cannot be written."
+    printf '#!/bin/sh\n' >"$probe/program"
+    chmod +x "$probe/program"
+    "$probe/program" 2>/dev/null && rm -r "$probe" || {
+        rm -r "$probe"
+        refuse "The tests start programs of their own; in $folder none may be started, TMPDIR=FOLDER names another one."
+    }
+}
+
 # Takes compiled files from a cache within the tree, so that they serve a copy of the
 # tree, too. Whoever names a launcher, or a cache, keeps it.
 use_ccache() {
     export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
     [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER+named} ]] && command -v ccache >/dev/null || return 0
-    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_DIR=${CCACHE_DIR:-$build_folder/ccache}
 }
 
 # configure PRESET: looks again for what has been installed since.
 configure() {
-    (use_ccache && cd "$root" && cmake --preset "$1" >&2)
+    (own_umask && use_ccache && cd "$root" && cmake --preset "$1" -B "$build_folder/$1" >&2)
 }
 
 # build PRESET TARGET: builds what has changed.
 build() {
-    (use_ccache && cd "$root" && cmake --build --preset "$1" --target "$2" -- --quiet >&2)
+    (own_umask && use_ccache && cmake --build "$build_folder/$1" --target "$2" -- --quiet >&2)
 }

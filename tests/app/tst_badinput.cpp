@@ -1,6 +1,5 @@
 #include <QBuffer>
 #include <QProcess>
-#include <QStandardPaths>
 
 #include <functional>
 #include <memory>
@@ -31,11 +30,18 @@ void put(const QString &path, const QByteArray &content)
         qFatal("cannot write a test file");
 }
 
-// Makes the kinds of picture that the toolkit reads but does not write.
+// Makes the kinds of picture that the toolkit reads but does not write. The tool finds its
+// formats by names that it writes large, which a Turkish "i" would not survive.
 void magick(const QStringList &arguments)
 {
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("convert"));
-    if (program.isEmpty() || QProcess::execute(program, arguments) != 0)
+    QProcess convert;
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    variables.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    convert.setProcessEnvironment(variables);
+    convert.setProcessChannelMode(QProcess::ForwardedChannels);
+    convert.start(QStringLiteral("convert"), arguments);
+    if (!convert.waitForFinished() || convert.exitStatus() != QProcess::NormalExit
+        || convert.exitCode() != 0)
         qFatal("ImageMagick's convert is missing or failed");
 }
 
@@ -234,6 +240,8 @@ void BadInputTest::opens()
 
 void BadInputTest::unreadableFileFails()
 {
+    if (!process::OrdinaryUser::reaches(m_folder.path()))
+        QSKIP("an ordinary user does not get to the temporary folder");
     QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7777));
     const QString path = m_folder.filePath(QStringLiteral("secret.png"));
     put(path, pngFile(pictures::noise(20, 20)));

@@ -14,7 +14,7 @@ skip() {
     exit 77
 }
 
-for program in xvfb-run xauth dbus-run-session "$python"; do
+for program in Xvfb dbus-run-session "$python"; do
     command -v "$program" >/dev/null || skip "$program"
 done
 [[ -x /usr/libexec/at-spi-bus-launcher ]] || skip at-spi2-core
@@ -22,8 +22,20 @@ done
     2>/dev/null || skip "Atspi for Python"
 
 folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
+server=
+# shellcheck disable=SC2317 # at the end
+clean_up() {
+    [[ -z $server ]] || kill "$server" 2>/dev/null || true
+    rm -rf "$folder"
+}
+trap clean_up EXIT
 export XDG_RUNTIME_DIR=$folder/run
 mkdir -m 700 "$XDG_RUNTIME_DIR"
-xvfb-run --auto-servernum dbus-run-session -- \
-    "$python" "$here/tst_screenreader.py" "$1" "$folder"
+mkfifo "$folder/display"
+Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$folder/display" 2>/dev/null &
+server=$!
+read -r -t 60 display <"$folder/display" || {
+    printf 'FAILED: no X server\n'
+    exit 1
+}
+DISPLAY=:$display dbus-run-session -- "$python" "$here/tst_screenreader.py" "$1" "$folder"

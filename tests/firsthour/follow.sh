@@ -4,7 +4,7 @@
 # usage: follow.sh TREE, a fresh copy of the tree
 set -uo pipefail
 tree=$1
-output=$(mktemp)
+output=$(mktemp) || exit
 trap 'rm -f "$output"' EXIT
 
 fail() {

@@ -190,6 +190,8 @@ void DirectWriteTest::closedFolder_data()
 
 void DirectWriteTest::closedFolder()
 {
+    if (!process::OrdinaryUser::reaches(m_folder->path()))
+        QSKIP("an ordinary user does not get to the temporary folder");
     QFETCH(QString, name);
     QFETCH(QByteArray, former);
     QFETCH(mode_t, mode);
@@ -216,6 +218,8 @@ void DirectWriteTest::closedFolder()
 // A limit on the size of files stands in for the full disk.
 void DirectWriteTest::fullDiskKeepsTheFormerFile()
 {
+    if (!process::OrdinaryUser::reaches(m_folder->path()))
+        QSKIP("an ordinary user does not get to the temporary folder");
     const QString target = path(QStringLiteral("sketch.png"));
     put(target, "former");
     setMode(target, 0666);
@@ -234,6 +238,8 @@ void DirectWriteTest::nobodysBusinessInASharedFolder()
 {
     if (geteuid() != 0)
         QSKIP("only root can make another user's file");
+    if (!process::OrdinaryUser::reaches(m_folder->path()))
+        QSKIP("an ordinary user does not get to the temporary folder");
     const QString target = path(QStringLiteral("sketch.png"));
     put(target, "former");
     setMode(target, 0666);
@@ -304,6 +310,8 @@ void DirectWriteTest::terminalGetsThePicture()
 
 void DirectWriteTest::deviceStays()
 {
+    if (!process::OrdinaryUser::reaches(m_folder->path()))
+        QSKIP("an ordinary user does not get to the temporary folder");
     const QString link = path(QStringLiteral("null.png"));
     QVERIFY(QFile::link(QStringLiteral("/dev/null"), link));
     setMode(m_folder->path(), 0755);

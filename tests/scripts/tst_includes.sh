@@ -2,6 +2,7 @@
 # The rules of cmake/CheckIncludes.cmake: this tree keeps them, and trees that do not
 # are found out, each with a line that says why.
 set -euo pipefail
+export LC_ALL=C.UTF-8 # what a to z are is another thing elsewhere
 tree=$1
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -78,6 +79,7 @@ refuses photo/a.cpp '"photo//decode/photodecoder.h"' "must be written in one way
 refuses photo/a.inl '"batch/plan.h"' "may include nothing else of the tree"
 refuses canvas/a.cpp '"ui_mainwindow.h"' "must begin with a folder of the tree"
 refuses app/a.cpp '"sketch/levels.inc"' "only headers"
+refuses app/builder/a.cpp '"batch/plan.h"' "app/ may include sketch, canvas, photo"
 sees_through '/**/#include "batch/plan.h"'
 sees_through '/*\n*/ #include "batch/plan.h"'
 sees_through '# /**/ include "batch/plan.h"'
@@ -99,6 +101,8 @@ fi
 [[ $(grep -o '[^ ]*/ has no rule' <<<"$told") == "shop/ has no rule" ]] || fail "$told"
 takes app/a.cpp '"sketch/levels.h"'
 takes app/.a.cpp '"batch/plan.h"' # is of an editor
+takes app/build/a.cpp '"batch/plan.h"' # is of a build
+takes app/build-debug/moc/a.cpp '"plan.h"'
 takes app/a.cpp '"ui_mainwindow.h"'
 takes batch/a.cpp '"photo/decode/photodecoder.h"'
 takes batch/cli/a.cpp '<QString>'

@@ -2,6 +2,7 @@
 # Every file of the tree has a licence and a copyright holder, as `reuse lint` sees it.
 # usage: tst_licence.sh SOURCE_FOLDER
 set -euo pipefail
+export LC_ALL=C.UTF-8 # messages of the tool are looked at
 source_folder=$1
 source "$source_folder/tests/scripts/packtree.sh"
 command -v reuse >/dev/null || {

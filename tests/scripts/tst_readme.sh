@@ -20,10 +20,13 @@ make_clone() {
 make_clone
 # What editors leave beside an open file is nothing to them.
 ln -s "somebody@somewhere.1234:5678" "$clone/app/.#mainwindow.cpp"
+mkdir -p "$clone/app/build/CMakeFiles"
+touch "$clone/app/build/mocs_compilation.cpp" "$clone/app/build/CMakeFiles/CompilerId.cpp"
 touch "$clone/app/.mainwindow.cpp.swp" "$clone/app/mainwindow.cpp~" \
     "$clone/examples/beach/beach.jpg~"
 export CRAYVELL_TEST_ONLY=scripts/commands
 # What has been compiled for the tree itself need not be compiled again.
 [[ -n ${CMAKE_CXX_COMPILER_LAUNCHER+named} ]] ||
-    export CCACHE_DIR=${CCACHE_DIR:-$source_folder/build/ccache}
+    export CCACHE_DIR=${CCACHE_DIR:-${CRAYVELL_BUILD:-$source_folder/build}/ccache}
+unset CRAYVELL_BUILD # the clone has a folder of its own
 bash "$clone/tests/firsthour/follow.sh" "$clone"

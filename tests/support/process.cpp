@@ -1,6 +1,7 @@
 #include "tests/support/process.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <csignal>
 
@@ -35,6 +36,12 @@ OrdinaryUser::~OrdinaryUser()
 {
     if (m_former == 0 && setresuid(0, 0, 0) != 0)
         qFatal("cannot become root again");
+}
+
+bool OrdinaryUser::reaches(const QString &folder)
+{
+    const OrdinaryUser user;
+    return access(QFile::encodeName(QFileInfo(folder).path()).constData(), X_OK) == 0;
 }
 
 ResourceLimit::ResourceLimit(int resource, qint64 limit)

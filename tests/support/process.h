@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 #include <sys/resource.h>
 #include <sys/types.h>
@@ -17,6 +17,9 @@ class OrdinaryUser
 public:
     OrdinaryUser();
     ~OrdinaryUser();
+
+    // Whether such a user gets to the folder: root's temporary files may be in a closed one.
+    static bool reaches(const QString &folder);
 
 private:
     uid_t m_former;
