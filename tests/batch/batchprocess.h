@@ -97,7 +97,7 @@ private:
         // To the toolkit, what never started has ended by itself, and well.
         if (!process.waitForStarted())
             return outcome;
-        const bool hasEnded = process.waitForFinished(120000);
+        const bool hasEnded = process.waitForFinished(240000); // on a busy machine
         if (!hasEnded)
             process.kill();
         process.waitForFinished();
