@@ -15,8 +15,8 @@ class BatchProcess
 public:
     struct Outcome
     {
-        int exitCode = -1; // -1: ended by a signal or not started
-        int signal = 0; // that it ended by
+        int exitCode = -1; // -1: ended by a signal, not started, or not ended in time
+        int signal = 0; // that it ended by, unless that was ours
         QByteArray output;
         QByteArray errors;
     };
@@ -94,12 +94,16 @@ private:
         process.write(input);
         process.closeWriteChannel();
         Outcome outcome;
-        if (!process.waitForFinished(120000))
+        // To the toolkit, what never started has ended by itself, and well.
+        if (!process.waitForStarted())
+            return outcome;
+        const bool hasEnded = process.waitForFinished(240000); // on a busy machine
+        if (!hasEnded)
             process.kill();
         process.waitForFinished();
         if (process.exitStatus() == QProcess::NormalExit)
             outcome.exitCode = process.exitCode();
-        else
+        else if (hasEnded)
             outcome.signal = process.exitCode();
         outcome.output = process.readAllStandardOutput();
         outcome.errors = process.readAllStandardError();

@@ -63,8 +63,10 @@ void tst_BatchReading::aFileThatShrinksFails()
         const auto outcome = batch.run(
             {"photo"}, {},
             runningAt(QStringLiteral("read=%1").arg(read), "truncate -s 110000 photo; touch cut"));
-        if (!batch.exists("cut"))
+        if (!batch.exists("cut")) {
+            QVERIFY(read > 1);
             break;
+        }
         COMPARE_EXIT(outcome, 1);
         QVERIFY(!batch.exists("photo-sketch.jpg"));
     }
@@ -132,17 +134,18 @@ void tst_BatchReading::sharedValuesAreNotRead()
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()
 {
     QTest::addColumn<QByteArray>("photo");
-    QTest::newRow("bmp that skips pixels") << hostilephotos::bmpWithSkippedPixels(600, 400);
+    QTest::addColumn<int>("exitCode"); // not all readers give what there is of a photo
+    QTest::newRow("bmp that skips pixels") << hostilephotos::bmpWithSkippedPixels(600, 400) << 0;
     QByteArray tiff = largePhoto("tiled tiff");
-    QTest::newRow("cut tiff") << tiff.left(tiff.size() / 2);
+    QTest::newRow("cut tiff") << tiff.left(tiff.size() / 2) << 1;
     const QByteArray rgb = largePhoto("tiff");
-    QTest::newRow("cut tiff of three colours") << rgb.left(rgb.size() / 2);
+    QTest::newRow("cut tiff of three colours") << rgb.left(rgb.size() / 2) << 1;
     const QByteArray bmp = largePhoto("bmp");
-    QTest::newRow("cut bmp") << bmp.left(bmp.size() / 2);
+    QTest::newRow("cut bmp") << bmp.left(bmp.size() / 2) << 0;
     const QByteArray gif = testphotos::gif(testphotos::scene(500, 400));
-    QTest::newRow("cut gif") << gif.left(gif.size() / 2);
+    QTest::newRow("cut gif") << gif.left(gif.size() / 2) << 0;
     const QByteArray webP = largePhoto("webp");
-    QTest::newRow("cut webp") << webP.left(webP.size() / 2);
+    QTest::newRow("cut webp") << webP.left(webP.size() / 2) << 1;
 }
 
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
@@ -157,8 +160,9 @@ void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
         exits << batch.run({"--allow-truncated", "--overwrite", "photo"}, {}, {filling}).exitCode;
         sketches << batch.contents("photo-sketch.jpg");
     }
-    QCOMPARE(exits[0], exits[1]);
-    QVERIFY(exits[0] == 0 || exits[0] == 1);
+    QFETCH(int, exitCode);
+    QCOMPARE(exits, QList<int>({exitCode, exitCode}));
+    QCOMPARE(sketches[0].isEmpty(), exitCode != 0);
     QVERIFY(sketches[0] == sketches[1]);
 }
 

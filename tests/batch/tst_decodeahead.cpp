@@ -125,6 +125,7 @@ void DecodeAheadTest::withoutIdleThreadNoneIsUsed()
     PictureDecoder decoder(pictures::noise(50, 200));
     batch::IdleThreads none;
     sketched(decoder, none);
+    QVERIFY(!decoder.threads.empty());
     for (const std::thread::id &thread : decoder.threads)
         QVERIFY(thread == std::this_thread::get_id());
 }

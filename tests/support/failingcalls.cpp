@@ -2,11 +2,12 @@
 // calls fail or things happen at a given moment. What it does is chosen by
 // environment variables:
 //
-//   FAILING_CALLS     words out of: unnamed (files without a name), renameat2
-//                     (EINVAL), renameat2-missing (ENOSYS), link (EPERM), proc (no
-//                     descriptors' names below /proc), fstatat (EIO), thread=N
-//                     (no thread after the first N), read=N (EIO at the N-th read
-//                     from a photo, that is from a file of 100,000 bytes or more)
+//   FAILING_CALLS     words out of: unnamed (files without a name), proc (what is
+//                     below /proc), renameat2 (EINVAL), renameat2-missing (ENOSYS),
+//                     link (EPERM), fstatat (EIO), thread=N (no thread after the first
+//                     N), read=N (EIO at the N-th read from a photo, that is from a
+//                     file of 100,000 bytes or more)
+//   FAILED_CALLS      the file that gets the word of each, but for threads and reads
 //   AT_CALL           fsync, read=N as above, or the end of a file's name that is
 //                     opened for reading
 //   RUN_AT_CALL       the shell command that runs at the first such call
@@ -21,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -31,15 +33,39 @@ std::string_view variable(const char *name)
     return value ? value : "";
 }
 
+void note(std::string_view call)
+{
+    const std::string file(variable("FAILED_CALLS"));
+    if (file.empty())
+        return;
+    const std::string line = std::string(call) + '\n';
+    const auto descriptor = static_cast<int>(
+        syscall(SYS_openat, AT_FDCWD, file.c_str(), O_CREAT | O_APPEND | O_WRONLY, 0666));
+    syscall(SYS_write, descriptor, line.data(), line.size());
+    syscall(SYS_close, descriptor);
+}
+
 bool fails(std::string_view call)
 {
     const std::string words = " " + std::string(variable("FAILING_CALLS")) + " ";
-    return words.find(" " + std::string(call) + " ") != std::string::npos;
+    const bool is = words.find(" " + std::string(call) + " ") != std::string::npos;
+    if (is)
+        note(call);
+    return is;
 }
 
 template <typename Function> Function *next(const char *name)
 {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+// With errno set, for what is below /proc where that is hidden.
+bool isHidden(const char *path)
+{
+    const bool is = std::string_view(path).starts_with("/proc/") && fails("proc");
+    if (is)
+        errno = ENOENT;
+    return is;
 }
 
 void runOnce()
@@ -91,6 +117,8 @@ bool allowOpening(const char *path, int flags)
     if (!moment.empty() && (flags & O_ACCMODE) == O_RDONLY && !(flags & (O_PATH | O_DIRECTORY))
         && std::string_view(path).ends_with(moment))
         runOnce();
+    if (isHidden(path))
+        return false;
     if (!isUnnamed(flags) || !fails("unnamed"))
         return true;
     errno = EOPNOTSUPP;
@@ -135,6 +163,11 @@ REPLACE_OPEN(open64)
 REPLACE_OPENAT(openat)
 REPLACE_OPENAT(openat64)
 
+int access(const char *path, int mode) noexcept
+{
+    return isHidden(path) ? -1 : next<int(const char *, int)>("access")(path, mode);
+}
+
 ssize_t read(int descriptor, void *bytes, std::size_t count)
 {
     return allowReading(descriptor)
@@ -162,26 +195,13 @@ int fsync(int descriptor)
 
 int renameat2(int fromFolder, const char *from, int toFolder, const char *to, unsigned flags)
 {
-    if (fails("renameat2") || fails("renameat2-missing")) {
-        errno = fails("renameat2") ? EINVAL : ENOSYS;
+    const bool isUnknown = fails("renameat2-missing");
+    if (isUnknown || fails("renameat2")) {
+        errno = isUnknown ? ENOSYS : EINVAL;
         return -1;
     }
     using Call = int(int, const char *, int, const char *, unsigned);
     return next<Call>("renameat2")(fromFolder, from, toFolder, to, flags);
-}
-
-bool isInProc(const char *path)
-{
-    return fails("proc") && std::string_view(path).starts_with("/proc/");
-}
-
-int access(const char *path, int mode)
-{
-    if (isInProc(path)) {
-        errno = ENOENT;
-        return -1;
-    }
-    return next<int(const char *, int)>("access")(path, mode);
 }
 
 int fstatat(int folder, const char *path, struct stat *status, int flags)
@@ -205,8 +225,10 @@ int link(const char *from, const char *to)
 
 int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
 {
-    if (fails("link") || isInProc(from)) {
-        errno = isInProc(from) ? ENOENT : EPERM;
+    if (isHidden(from))
+        return -1;
+    if (fails("link")) {
+        errno = EPERM;
         return -1;
     }
     using Call = int(int, const char *, int, const char *, int);

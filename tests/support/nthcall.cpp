@@ -3,7 +3,8 @@
 // uses the system's calls themselves, so that it changes nothing but what is asked for.
 //
 //   NTH_CALL          kind, number and error: "write 3 ENOSPC"; "write 3 short" takes
-//                     half of the bytes; with a plus behind the number, "malloc 7+
+//                     half of the bytes; "write 3 killed" ends the program by SIGKILL
+//                     before the call; with a plus behind the number, "malloc 7+
 //                     ENOMEM", all that follow fail too
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
 //                     call when the program ends
@@ -13,6 +14,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -40,6 +42,7 @@ enum Kind {
     Linkat,
     Renameat2,
     Rename,
+    Unlink,
     Close,
     Fallocate,
     Ftruncate,
@@ -47,9 +50,9 @@ enum Kind {
     Malloc,
     kinds
 };
-constexpr const char *kindNames[kinds] = {"open",      "write",  "fsync", "linkat",
-                                          "renameat2", "rename", "close", "fallocate",
-                                          "ftruncate", "mmap",   "malloc"};
+constexpr const char *kindNames[kinds] = {"open",      "write",     "fsync",  "linkat",
+                                          "renameat2", "rename",    "unlink", "close",
+                                          "fallocate", "ftruncate", "mmap",   "malloc"};
 
 struct Error
 {
@@ -57,8 +60,10 @@ struct Error
     int number;
 };
 constexpr int shortWrite = -1;
+constexpr int killed = -2;
 constexpr Error errors[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO},       {"EINTR", EINTR},
-                            {"EMFILE", EMFILE}, {"ENOMEM", ENOMEM}, {"short", shortWrite}};
+                            {"EMFILE", EMFILE}, {"ENOMEM", ENOMEM}, {"short", shortWrite},
+                            {"killed", killed}};
 
 struct Setting
 {
@@ -110,6 +115,8 @@ int errorOf(Kind kind)
     const long number = ++counts[kind];
     const bool isDue = kind == setting.kind
         && (number == setting.number || (setting.persists && number > setting.number));
+    if (isDue && setting.error == killed)
+        syscall(SYS_kill, getpid(), SIGKILL);
     return isDue ? setting.error : 0;
 }
 
@@ -277,6 +284,16 @@ int renameat2(int fromFolder, const char *from, int toFolder, const char *to, un
         return -1;
     }
     return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
+int unlink(const char *path) noexcept
+{
+    return unlinkat(AT_FDCWD, path, 0);
+}
+
+int unlinkat(int folder, const char *path, int flags) noexcept
+{
+    return fails(Unlink) ? -1 : static_cast<int>(syscall(SYS_unlinkat, folder, path, flags));
 }
 
 int fallocate(int descriptor, int mode, off_t offset, off_t bytes)

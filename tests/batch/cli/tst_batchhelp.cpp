@@ -220,7 +220,8 @@ void tst_BatchHelp::version()
     BatchProcess batch;
     const auto outcome = batch.run({"--version"});
     COMPARE_EXIT(outcome, 0);
-    QVERIFY(outcome.output.startsWith("crayvell-batch "));
+    QCOMPARE(outcome.output, QByteArray("crayvell-batch " CRAYVELL_VERSION "\n"));
+    QCOMPARE(outcome.errors, QByteArray());
 }
 
 void tst_BatchHelp::standardOutputThatIsFull_data()

@@ -5,6 +5,9 @@
 #include <sys/stat.h>
 
 #include "tests/batch/batchprocess.h"
+#include "tests/support/nthcall.h"
+#include "tests/support/preload.h"
+#include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
 
@@ -34,7 +37,8 @@ private slots:
     void barOnTerminal();
     void barAndJson_data();
     void barAndJson();
-    void fsyncIsAccepted();
+    void fsyncIsDoneWhenAskedFor_data();
+    void fsyncIsDoneWhenAskedFor();
     void startsWithoutDisplayAndLocale();
 };
 
@@ -84,6 +88,7 @@ void tst_BatchOptions::standardInputAndOutput()
     QCOMPARE(piped.output, expected);
     COMPARE_EXIT(batch.run({"-", "-o", "b.jpg"}, photo), 0);
     QCOMPARE(batch.contents("b.jpg"), expected);
+    QVERIFY(!expected.isEmpty());
     QCOMPARE(batch.run({"a.jpg", "-o", "-"}).output, expected);
     QCOMPARE(batch.run({"-", "--format", "png"}, photo).output.left(4), "\x89PNG");
 }
@@ -96,7 +101,9 @@ void tst_BatchOptions::pictureOnStandardOutputOnly()
     QCOMPARE(broken.output, QByteArray());
     QVERIFY(broken.errors.startsWith("-: "));
     batch.write("a.jpg", testphotos::jpeg());
-    QCOMPARE(batch.run({"-v", "a.jpg"}).output, QByteArray());
+    const auto verbose = batch.run({"-v", "a.jpg"});
+    COMPARE_EXIT(verbose, 0);
+    QCOMPARE(verbose.output, QByteArray());
     const auto closed = batch.shell("\"$batch\" -o - a.jpg >&-");
     COMPARE_EXIT(closed, 1);
 }
@@ -291,7 +298,10 @@ void tst_BatchOptions::noBarWithoutTerminal()
 {
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
-    QCOMPARE(batch.run({"a.jpg"}).errors, QByteArray());
+    batch.write("b.jpg", testphotos::jpeg());
+    const auto outcome = batch.run({"a.jpg", "b.jpg"}, {}, {"TERM=xterm"});
+    COMPARE_EXIT(outcome, 0);
+    QCOMPARE(outcome.errors, QByteArray());
 }
 
 void tst_BatchOptions::barOnTerminal_data()
@@ -357,12 +367,31 @@ void tst_BatchOptions::barAndJson()
     QCOMPARE(lines, destination.startsWith('>') ? 0 : 3);
 }
 
-void tst_BatchOptions::fsyncIsAccepted()
+void tst_BatchOptions::fsyncIsDoneWhenAskedFor_data()
 {
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("calls");
+
+    QTest::newRow("not asked for") << QStringList {"a.jpg"} << 0;
+    QTest::newRow("asked for") << QStringList {"--fsync", "a.jpg"} << 1;
+    QTest::newRow("of each of two") << QStringList {"--fsync", "a.jpg", "b.jpg"} << 2;
+}
+
+void tst_BatchOptions::fsyncIsDoneWhenAskedFor()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer wants to be loaded first");
+    QFETCH(QStringList, arguments);
+    QFETCH(int, calls);
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg());
-    COMPARE_EXIT(batch.run({"--fsync", "a.jpg"}), 0);
-    QVERIFY(batch.exists("a-sketch.jpg"));
+    batch.write("b.jpg", testphotos::jpeg());
+    const QString counts = batch.path("counts");
+    COMPARE_EXIT(
+        batch.run(arguments, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_COUNTS=" + counts), 0);
+    const QMap<QByteArray, int> made = nthcall::countsIn(counts);
+    QVERIFY(made["write"] > 0);
+    QCOMPARE(made["fsync"], calls);
 }
 
 void tst_BatchOptions::startsWithoutDisplayAndLocale()
@@ -374,6 +403,7 @@ void tst_BatchOptions::startsWithoutDisplayAndLocale()
     COMPARE_EXIT(outcome, 0);
     QCOMPARE(outcome.errors, QByteArray());
     QVERIFY(batch.exists("o/a\u00e4\u65e5.jpg"));
+    QVERIFY(batch.exists("o/b.jpg"));
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchOptions)

@@ -71,6 +71,9 @@ void tst_BatchValues::suffixesInEveryLocale()
     if (made.exitCode != 0)
         QSKIP("localedef (libc-bin) with the package locales makes the locale: "
               + made.output.left(200));
+    // One that cannot be had is the plain locale to a program, and says nothing.
+    QCOMPARE(batch.shell("LOCPATH=$PWD/l LC_ALL=tr_TR locale charmap").output,
+             characters.toUtf8() + '\n');
     const QByteArray tiff = testphotos::encoded(testphotos::scene(20, 20), "tiff");
     batch.write("p/A.TIF", tiff);
     batch.write("p/b.IIQ", tiff);
