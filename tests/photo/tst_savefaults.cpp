@@ -1,7 +1,5 @@
-#include <QProcess>
-
 #include "tests/support/nthcall.h"
-#include "tests/support/preload.h"
+#include "tests/support/nthcallserver.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 
@@ -28,14 +26,12 @@ private slots:
     void cleanupTestCase();
 
 private:
-    int save(const QStringList &settings) const;
     void putBack() const;
     QByteArray faultAfter(int exitCode, bool mayEnd) const;
     QString path() const { return m_folder.filePath(m_name); }
 
     QTemporaryDir m_folder;
     QString m_name;
-    QString m_refused;
     QByteArray m_before;
     QByteArray m_good;
     int m_runs = 0;
@@ -62,21 +58,6 @@ void SaveFaultsTest::everyCall_data()
             << name << QByteArray("mine") << "unnamed renameat2 linkat";
         QTest::addRow("%s, in place", format) << name << QByteArray(100, 'm') << "linkat";
     }
-}
-
-// The exit code; -1 for the end by a signal.
-int SaveFaultsTest::save(const QStringList &settings) const
-{
-    QProcess process;
-    QStringList environment = QProcess::systemEnvironment();
-    environment << preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_MARKED=1"
-                << "NTH_CALL_REFUSED=" + m_refused;
-    process.setEnvironment(environment + settings);
-    process.start(CRAYVELL_SAVE_SKETCH, {path()});
-    if (!process.waitForFinished(60000))
-        process.kill();
-    process.waitForFinished();
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
 void SaveFaultsTest::putBack() const
@@ -119,11 +100,16 @@ void SaveFaultsTest::everyCall()
     QFETCH(QString, refused);
     m_name = name;
     m_before = before;
-    m_refused = refused;
     putBack();
     const QTemporaryDir counting;
     const QString counts = counting.filePath("counts");
-    QCOMPARE(save({"NTH_CALL_COUNTS=" + counts}), 0);
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("NTH_CALL_MARKED", "1");
+    environment.insert("NTH_CALL_REFUSED", refused);
+    process.setProcessEnvironment(environment);
+    nthcall::Server server(process, CRAYVELL_NTH_CALL, CRAYVELL_SAVE_SKETCH, {path()});
+    QCOMPARE(server.run({"NTH_CALL_COUNTS=" + counts}).exitCode, 0);
     m_good = contentOf(path());
     QCOMPARE(QImage(path()).size(), QSize(16, 16));
     const QMap<QByteArray, int> calls = nthcall::countsIn(counts);
@@ -138,7 +124,8 @@ void SaveFaultsTest::everyCall()
             putBack();
             const QString setting = nthcall::setting(fault, n);
             ++m_runs;
-            if (const QByteArray wrong = faultAfter(save({setting}), isMemory); !wrong.isEmpty())
+            const int exitCode = server.run({setting}).exitCode;
+            if (const QByteArray wrong = faultAfter(exitCode, isMemory); !wrong.isEmpty())
                 faults << setting.toUtf8() + ": " + wrong;
         }
     }
