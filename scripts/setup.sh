@@ -10,8 +10,8 @@ run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-for
     libhwy-dev libexiv2-dev libjpeg62-turbo-dev libpng-dev libtiff-dev
     libisal-dev zlib1g-dev fonts-dejavu-core x11-utils)
 # What the tests and benchmarks take beyond that.
-test_packages=(libbenchmark-dev xvfb xauth openbox xdotool imagemagick util-linux bsdutils
-    parallel gdk-pixbuf-tests zsh fish man-db bash-completion mandoc locales strace reuse
+test_packages=(libbenchmark-dev libx11-dev xvfb xauth openbox xdotool imagemagick util-linux
+    bsdutils parallel gdk-pixbuf-tests zsh fish man-db bash-completion mandoc locales strace reuse
     desktop-file-utils appstream weston fonts-droid-fallback at-spi2-core dbus gir1.2-atspi-2.0
     python3-gi frei0r-plugins-dev ffmpeg melt libgegl-dev gegl gimp libgimp2.0-dev)
 
@@ -19,12 +19,13 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
-# The given packages that are not installed, one a line.
+# The given packages that are not installed, one a line. They are asked for at once, as
+# every question has the whole database read.
 missing_packages() {
-    local package
+    local package installed
+    installed=$(dpkg-query -W -f '/${Package}/${db:Status-Status}/' "$@" 2>/dev/null || true)
     for package in "$@"; do
-        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
-            printf '%s\n' "$package"
+        [[ $installed == */"$package"/installed/* ]] || printf '%s\n' "$package"
     done
 }
 

@@ -3,12 +3,14 @@
 #include "tests/batch/batchprocess.h"
 #include "tests/support/exiffile.h"
 #include "tests/support/nthcall.h"
-#include "tests/support/preload.h"
+#include "tests/support/nthcallserver.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
 
 namespace {
+
+using Outcome = nthcall::Server::Outcome;
 
 // What there is before a run, by name.
 using Files = QMap<QString, QByteArray>;
@@ -47,14 +49,11 @@ private slots:
     void cleanupTestCase();
 
 private:
-    BatchProcess::Outcome run(BatchProcess &batch, const QStringList &settings) const;
-    QByteArray faultIn(const BatchProcess &batch, const BatchProcess::Outcome &outcome,
-                       bool isMemory) const;
+    QByteArray faultIn(const BatchProcess &batch, const Outcome &outcome, bool isMemory) const;
     QByteArray faultOfFiles(const Files &files, const Files &good, bool mustBeDone) const;
     void putBack(BatchProcess &batch) const;
 
     QStringList m_arguments;
-    QString m_refused;
     Files m_before;
     Files m_good;
     Files m_goodWithoutExif;
@@ -121,13 +120,6 @@ void tst_BatchNthCall::everyCall_data()
                               << "" << Files {{"a.jpg", testphotos::gif(scene)}};
 }
 
-BatchProcess::Outcome tst_BatchNthCall::run(BatchProcess &batch, const QStringList &settings) const
-{
-    return batch.run(m_arguments, {},
-                     preloaded(CRAYVELL_NTH_CALL) + QStringList {"NTH_CALL_REFUSED=" + m_refused}
-                         + settings);
-}
-
 void tst_BatchNthCall::putBack(BatchProcess &batch) const
 {
     for (const QString &name : batch.files()) {
@@ -163,8 +155,8 @@ QByteArray tst_BatchNthCall::faultOfFiles(const Files &files, const Files &good,
     return mustBeDone && !std::all_of(names.begin(), names.end(), isDone) ? "said nothing" : "";
 }
 
-QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch,
-                                     const BatchProcess::Outcome &outcome, bool isMemory) const
+QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch, const Outcome &outcome,
+                                     bool isMemory) const
 {
     if (outcome.exitCode < 0) {
         // Qt 6.4 does not survive that memory runs out while it loads a reader of its
@@ -205,7 +197,6 @@ void tst_BatchNthCall::everyCall()
     m_arguments = arguments.split(u' ');
     if (!m_arguments.contains("-j"))
         m_arguments.prepend("-j1");
-    m_refused = refused;
     m_before = before;
     BatchProcess batch;
     putBack(batch);
@@ -214,7 +205,14 @@ void tst_BatchNthCall::everyCall()
     putBack(batch);
     const QTemporaryDir counting;
     const QString counts = counting.filePath("counts");
-    const auto good = run(batch, {"NTH_CALL_COUNTS=" + counts});
+    QProcess process;
+    process.setWorkingDirectory(batch.folder.path());
+    process.setChildProcessModifier(BatchProcess::hearSignals);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("NTH_CALL_REFUSED", refused);
+    process.setProcessEnvironment(environment);
+    nthcall::Server server(process, CRAYVELL_NTH_CALL, BatchProcess::program(), m_arguments);
+    const Outcome good = server.run({"NTH_CALL_COUNTS=" + counts});
     COMPARE_EXIT(good, 0);
     m_good = filesIn(batch);
     m_goodOutput = good.output;
@@ -226,7 +224,7 @@ void tst_BatchNthCall::everyCall()
         for (int n = 1; n <= calls[fault.kind]; n += nthcall::stepOf(fault)) {
             putBack(batch);
             const QString setting = nthcall::setting(fault, n);
-            const auto outcome = run(batch, {setting});
+            const Outcome outcome = server.run({setting});
             ++m_runs;
             if (const QByteArray wrong =
                     faultIn(batch, outcome, qstrcmp(fault.kind, "malloc") == 0);

@@ -1,7 +1,8 @@
-#include <QProcess>
+#include <csignal>
+#include <memory>
 
 #include "tests/support/nthcall.h"
-#include "tests/support/preload.h"
+#include "tests/support/nthcallserver.h"
 #include "tests/support/process.h"
 #include "tests/support/testmain.h"
 
@@ -31,17 +32,17 @@ private slots:
 
 private:
     void begin();
-    int save(const QStringList &settings) const;
     void putBack() const;
     QByteArray faultAfter(int exitCode, bool mayEnd) const;
     QString path() const { return m_folder.filePath(m_name); }
 
     QTemporaryDir m_folder;
     QString m_name;
-    QString m_refused;
     QByteArray m_before;
     QByteArray m_good;
     QMap<QByteArray, int> m_calls;
+    std::unique_ptr<QProcess> m_process;
+    std::unique_ptr<nthcall::Server> m_server; // goes before its process
     int m_runs = 0;
 };
 
@@ -75,21 +76,6 @@ void SaveFaultsTest::everyCall_data()
         QTest::addRow("%s, in place", format)
             << QStringLiteral("sketch.") + format << QByteArray(100, 'm') << "linkat";
     }
-}
-
-// The exit code; -1 for the end by a signal, -2 for none.
-int SaveFaultsTest::save(const QStringList &settings) const
-{
-    QProcess process;
-    QStringList environment = QProcess::systemEnvironment();
-    environment << preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_MARKED=1"
-                << "NTH_CALL_REFUSED=" + m_refused;
-    process.setEnvironment(environment + settings);
-    process.start(CRAYVELL_SAVE_SKETCH, {path()});
-    constexpr int isStuck = -2;
-    if (!process.waitForFinished(60000))
-        return isStuck; // or never started
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
 void SaveFaultsTest::putBack() const
@@ -133,11 +119,18 @@ void SaveFaultsTest::begin()
     QFETCH(QString, refused);
     m_name = name;
     m_before = before;
-    m_refused = refused;
     putBack();
     const QTemporaryDir counting;
     const QString counts = counting.filePath("counts");
-    QCOMPARE(save({"NTH_CALL_COUNTS=" + counts}), 0);
+    m_server.reset();
+    m_process = std::make_unique<QProcess>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("NTH_CALL_MARKED", "1");
+    environment.insert("NTH_CALL_REFUSED", refused);
+    m_process->setProcessEnvironment(environment);
+    m_server = std::make_unique<nthcall::Server>(*m_process, CRAYVELL_NTH_CALL,
+                                                 CRAYVELL_SAVE_SKETCH, QStringList {path()});
+    QCOMPARE(m_server->run({"NTH_CALL_COUNTS=" + counts}).exitCode, 0);
     m_good = contentOf(path());
     QCOMPARE(QImage(path()).size(), QSize(16, 16));
     m_calls = nthcall::countsIn(counts);
@@ -158,7 +151,8 @@ void SaveFaultsTest::everyCall()
             putBack();
             const QString setting = nthcall::setting(fault, n);
             ++m_runs;
-            if (const QByteArray wrong = faultAfter(save({setting}), isMemory); !wrong.isEmpty())
+            const int exitCode = m_server->run({setting}).exitCode;
+            if (const QByteArray wrong = faultAfter(exitCode, isMemory); !wrong.isEmpty())
                 faults << setting.toUtf8() + ": " + wrong;
         }
     }
@@ -179,7 +173,7 @@ void SaveFaultsTest::killedAtEveryCall()
         for (int n = 1; n <= m_calls[kind]; ++n) {
             putBack();
             const QString setting = nthcall::setting({kind, "killed"}, n);
-            QCOMPARE(save({setting}), -1);
+            QCOMPARE(m_server->run({setting}).signal, SIGKILL);
             const QByteArray content = contentOf(path());
             const bool isOld = m_before.isEmpty() ? !QFile::exists(path()) : content == m_before;
             if (!isOld && content != m_good)

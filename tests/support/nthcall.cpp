@@ -10,6 +10,8 @@
 //                     call when the program ends
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
 //                     which the file system then does not know, at any time
+//   NTH_CALL_SERVER   if set, the program runs once for each request on standard input,
+//                     which brings the other variables, see forkserver.h
 //   NTH_CALL_MARKED   if set, calls count from startCountingCalls() on, else from main()
 
 #include <atomic>
@@ -25,6 +27,8 @@
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include "tests/support/forkserver.h"
 
 extern "C" {
 void *__libc_malloc(std::size_t bytes);
@@ -186,6 +190,9 @@ Main *programsMain = nullptr;
 
 int countingMain(int argc, char **argv, char **environment)
 {
+    if (*variable("NTH_CALL_SERVER"))
+        forkserver::serve();
+    readSetting();
     isCounting = !*variable("NTH_CALL_MARKED");
     return programsMain(argc, argv, environment);
 }
@@ -198,7 +205,6 @@ int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (
                       void (*loaderFini)(), void *stackEnd)
 {
     using Call = int(Main *, int, char **, void (*)(), void (*)(), void (*)(), void *);
-    readSetting();
     programsMain = start;
     return reinterpret_cast<Call *>(dlsym(RTLD_NEXT, "__libc_start_main"))(
         countingMain, argc, argv, init, fini, loaderFini, stackEnd);
