@@ -5,7 +5,7 @@ set -euo pipefail
 source_folder=$1
 source "$source_folder/tests/scripts/packtree.sh"
 command -v reuse >/dev/null || {
-    printf 'skipped: reuse is not installed\n'
+    printf 'SKIPPED: reuse is not installed\n'
     exit 77
 }
 scratch=$(mktemp -d)
