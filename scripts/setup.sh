@@ -13,7 +13,7 @@ run_packages=(g++ ccache cmake ninja-build pkg-config qt6-base-dev qt6-image-for
 test_packages=(libbenchmark-dev libx11-dev xvfb xauth openbox xdotool imagemagick util-linux
     bsdutils parallel gdk-pixbuf-tests zsh fish man-db bash-completion mandoc locales strace reuse
     desktop-file-utils appstream weston fonts-droid-fallback at-spi2-core dbus gir1.2-atspi-2.0
-    python3-gi frei0r-plugins-dev ffmpeg melt libgegl-dev gegl gimp libgimp2.0-dev)
+    python3 python3-gi frei0r-plugins-dev ffmpeg melt libgegl-dev gegl gimp libgimp2.0-dev)
 
 say() {
     printf '%s\n' "$*" >&2

@@ -269,7 +269,7 @@ int main(int argc, char **argv)
     }
     return runInTestApplication(argc, argv, [&] {
         LanguagesTest tests;
-        return QTest::qExec(&tests, argc, argv);
+        return runTestsOf(tests, argc, argv);
     });
 }
 

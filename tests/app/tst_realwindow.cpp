@@ -8,6 +8,7 @@
 #include <QtTest>
 
 #include "tests/support/pictures.h"
+#include "tests/support/testreport.h"
 #include "tests/support/xserver.h"
 
 class RealWindowTest : public QObject
@@ -183,5 +184,10 @@ void RealWindowTest::toolBarByKeyboard()
     quit();
 }
 
-QTEST_GUILESS_MAIN(RealWindowTest)
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    RealWindowTest tests;
+    return runTestsOf(tests, argc, argv);
+}
 #include "tst_realwindow.moc"

@@ -1,5 +1,7 @@
 #include <QtTest>
 
+#include "tests/support/testreport.h"
+
 // The program that the README of the tour prints, as it is printed there. Its
 // application is the one of this test, too.
 #define main minimalHost
@@ -61,6 +63,6 @@ int main(int argc, char *argv[])
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     MinimalHostTest tests;
-    return QTest::qExec(&tests, argc, argv);
+    return runTestsOf(tests, argc, argv);
 }
 #include "tst_minimalhost.moc"

@@ -53,7 +53,7 @@ check_entry $id $id
 check_icons $id
 [[ $(of Exec $id) == crayvell ]] || fail "the window takes no files"
 [[ -z $(of MimeType $id) ]] || fail "the window takes no files"
-if [[ -x $prefix/bin/crayvell-batch ]]; then
+if [[ -x $build/batch/crayvell-batch ]]; then
     batch=zz-$id.batch
     check_entry $batch $id.batch
     check_icons $id.batch

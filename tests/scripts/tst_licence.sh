@@ -6,7 +6,7 @@ export LC_ALL=C.UTF-8 # messages of the tool are looked at
 source_folder=$1
 source "$source_folder/tests/scripts/packtree.sh"
 command -v reuse >/dev/null || {
-    printf 'skipped: reuse is not installed\n'
+    printf 'SKIPPED: reuse is not installed\n'
     exit 77
 }
 scratch=$(mktemp -d)

@@ -4,6 +4,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "tests/support/testreport.h"
+
 // Calls function offscreen (or on the platform that QT_QPA_PLATFORM names), with
 // the program's own names but with a settings store that lives in a temporary
 // folder, never the user's.
@@ -27,6 +29,6 @@ int runInTestApplication(int argc, char **argv, const Function &function)
     { \
         return runInTestApplication(argc, argv, [&] { \
             Tests tests; \
-            return QTest::qExec(&tests, argc, argv); \
+            return runTestsOf(tests, argc, argv); \
         }); \
     }

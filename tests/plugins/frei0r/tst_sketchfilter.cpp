@@ -129,12 +129,15 @@ void SketchFilterTest::isDescribedForTheEditor()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QXmlStreamReader xml(&file);
     int count = 0;
+    int effects = 0;
     while (!xml.atEnd()) {
         if (xml.readNext() != QXmlStreamReader::StartElement)
             continue;
         const QXmlStreamAttributes attributes = xml.attributes();
-        if (xml.name() == u"effect")
+        if (xml.name() == u"effect") {
             QCOMPARE(attributes.value("tag"), u"frei0r.crayvell");
+            ++effects;
+        }
         if (xml.name() != u"parameter")
             continue;
         f0r_param_info_t info {};
@@ -148,6 +151,7 @@ void SketchFilterTest::isDescribedForTheEditor()
     }
     QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
     QCOMPARE(count, 2);
+    QCOMPARE(effects, 1);
 }
 
 void SketchFilterTest::showsNothingElse()

@@ -387,7 +387,7 @@ int main(int argc, char **argv)
             g_object_set(gegl_config(), "chunk-size", chunks.width() * chunks.height(), nullptr);
         }
         SketchOperationTest tests;
-        const int result = QTest::qExec(&tests, argc, argv);
+        const int result = runTestsOf(tests, argc, argv);
         gegl_exit();
         return result;
     });
