@@ -153,13 +153,13 @@ at_scale() { passes env QT_SCALE_FACTOR=2 "$tree/test"; }
 at_one_core() { passes taskset --cpu-list 0 "$tree/test"; }
 
 at_two_clones() {
-    local second=$work/second/crayvell log_of_both=$log code=0
+    local second=$work/second/crayvell code=0
     make_tree "$second"
     (log=$log.second && passes "$second/test") >"$log.outcome" &
     passes "$tree/test" || code=1
     wait $! || code=1
-    cat "$log.second" >>"$log_of_both"
-    cat "$log.outcome"
+    cat "$log.second" >>"$log"
+    printf '; the other %s' "$(<"$log.outcome")"
     return $code
 }
 

@@ -54,8 +54,8 @@ fi
 mkdir -p "$work"/{logs,empty}
 work=$(realpath "$work")
 chmod 755 "$work" # an ordinary user goes through
-tree=$work/tree
-make_tree "$tree"
+make_tree "$work/tree"
+tree=$(realpath "$work/tree")
 
 failed=()
 printf '%-20s %7s  %s\n' place seconds outcome
