@@ -5,9 +5,6 @@
 #include <sys/stat.h>
 
 #include "tests/batch/batchprocess.h"
-#include "tests/support/nthcall.h"
-#include "tests/support/preload.h"
-#include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
 
@@ -37,8 +34,6 @@ private slots:
     void barOnTerminal();
     void barAndJson_data();
     void barAndJson();
-    void fsyncIsDoneWhenAskedFor_data();
-    void fsyncIsDoneWhenAskedFor();
     void startsWithoutDisplayAndLocale();
 };
 
@@ -365,33 +360,6 @@ void tst_BatchOptions::barAndJson()
         QVERIFY2(before.endsWith('\n') || before.endsWith("\r\x1b[K"), before.constData());
     }
     QCOMPARE(lines, destination.startsWith('>') ? 0 : 3);
-}
-
-void tst_BatchOptions::fsyncIsDoneWhenAskedFor_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("calls");
-
-    QTest::newRow("not asked for") << QStringList {"a.jpg"} << 0;
-    QTest::newRow("asked for") << QStringList {"--fsync", "a.jpg"} << 1;
-    QTest::newRow("of each of two") << QStringList {"--fsync", "a.jpg", "b.jpg"} << 2;
-}
-
-void tst_BatchOptions::fsyncIsDoneWhenAskedFor()
-{
-    if (process::isSanitized())
-        QSKIP("the address sanitizer wants to be loaded first");
-    QFETCH(QStringList, arguments);
-    QFETCH(int, calls);
-    BatchProcess batch;
-    batch.write("a.jpg", testphotos::jpeg());
-    batch.write("b.jpg", testphotos::jpeg());
-    const QString counts = batch.path("counts");
-    COMPARE_EXIT(
-        batch.run(arguments, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_COUNTS=" + counts), 0);
-    const QMap<QByteArray, int> made = nthcall::countsIn(counts);
-    QVERIFY(made["write"] > 0);
-    QCOMPARE(made["fsync"], calls);
 }
 
 void tst_BatchOptions::startsWithoutDisplayAndLocale()

@@ -1,8 +1,11 @@
 #include "tests/batch/batchprocess.h"
+#include "tests/support/nthcall.h"
+#include "tests/support/preload.h"
+#include "tests/support/process.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
 
-// The values that options take, and the suffixes of names.
+// The values that options take, what some do, and the suffixes of names.
 class tst_BatchValues : public QObject
 {
     Q_OBJECT
@@ -11,6 +14,8 @@ private slots:
     void valuesAreTaken_data();
     void valuesAreTaken();
     void qualityOfPng();
+    void fsyncIsDoneWhenAskedFor_data();
+    void fsyncIsDoneWhenAskedFor();
     void suffixesInEveryLocale_data();
     void suffixesInEveryLocale();
 };
@@ -51,6 +56,33 @@ void tst_BatchValues::qualityOfPng()
     QCOMPARE(batch.run({"-q", "--quality", "90", "-o", "c.png", "a.jpg"}).errors, QByteArray());
     QCOMPARE(batch.run({"--quality", "90", "-o", "d.jpg", "a.jpg"}).errors, QByteArray());
     QCOMPARE(batch.run({"-o", "e.png", "a.jpg"}).errors, QByteArray());
+}
+
+void tst_BatchValues::fsyncIsDoneWhenAskedFor_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("calls");
+
+    QTest::newRow("not asked for") << QStringList {"a.jpg"} << 0;
+    QTest::newRow("asked for") << QStringList {"--fsync", "a.jpg"} << 1;
+    QTest::newRow("of each of two") << QStringList {"--fsync", "a.jpg", "b.jpg"} << 2;
+}
+
+void tst_BatchValues::fsyncIsDoneWhenAskedFor()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer wants to be loaded first");
+    QFETCH(QStringList, arguments);
+    QFETCH(int, calls);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    batch.write("b.jpg", testphotos::jpeg());
+    const QString counts = batch.path("counts");
+    COMPARE_EXIT(
+        batch.run(arguments, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_COUNTS=" + counts), 0);
+    const QMap<QByteArray, int> made = nthcall::countsIn(counts);
+    QVERIFY(made["write"] > 0);
+    QCOMPARE(made["fsync"], calls);
 }
 
 void tst_BatchValues::suffixesInEveryLocale_data()
