@@ -16,12 +16,13 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
-# The given packages that are not installed, one a line.
+# The given packages that are not installed, one a line. They are asked for at once, as
+# every question has the whole database read.
 missing_packages() {
-    local package
+    local package installed
+    installed=$(dpkg-query -W -f '/${Package}/${db:Status-Status}/' "$@" 2>/dev/null || true)
     for package in "$@"; do
-        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
-            printf '%s\n' "$package"
+        [[ $installed == */"$package"/installed/* ]] || printf '%s\n' "$package"
     done
 }
 
