@@ -222,7 +222,7 @@ void PhotoFileTest::bombIsRefusedAtOnce_data()
     QTest::newRow("segments without end") << hostilephotos::jpegWithSegments(100'000);
     QTest::newRow("segments behind the picture") << hostilephotos::jpegWithSegments(0, 100'000);
     QTest::newRow("scans hidden in segments") << hostilephotos::jpegWithHiddenScans(20'000);
-    QTest::newRow("scans without end") << hostilephotos::jpegWithScans(20'000, QSize(1200, 1000));
+    QTest::newRow("scans without end") << hostilephotos::jpegWithScans(4'000, QSize(1200, 1000));
 }
 
 void PhotoFileTest::bombIsRefusedAtOnce()
