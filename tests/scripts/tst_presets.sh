@@ -22,10 +22,12 @@ stand_in() {
 
 # The commands alone, with tools that note what they are asked for; what is built only
 # says where it is.
-mkdir -p "$scratch/bin" "$scratch/tree/scripts"
+mkdir -p "$scratch/bin" "$scratch/tree"/{scripts,tests}
 cp "$source_folder"/{run,test} "$scratch/tree"
+printf '#!/bin/sh\n' >"$scratch/tree/tests/skips.py" # nothing was skipped
+chmod +x "$scratch/tree/tests/skips.py"
 cp "$source_folder/scripts/setup.sh" "$scratch/tree/scripts"
-stand_in dpkg-query 'printf installed'
+stand_in dpkg-query 'printf "/%s/installed/" "$@"'
 stand_in ctest "printf 'ctest %s\\n' \"\$*\" >>'$scratch/asked'"
 stand_in cmake "printf 'cmake %s\\n' \"\$*\" >>'$scratch/asked'" \
     '[ "$1" = --build ] || exit 0' \
