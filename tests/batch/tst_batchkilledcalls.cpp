@@ -41,6 +41,9 @@ private slots:
     void initTestCase();
     void everyCall_data();
     void everyCall();
+    void interruptedWriteGoesOn();
+    void failureAtTheEndIsTold_data();
+    void failureAtTheEndIsTold();
 
 private:
     BatchProcess::Outcome run(BatchProcess &batch, const QStringList &settings) const;
@@ -146,6 +149,41 @@ void tst_BatchKilledCalls::everyCall()
         }
     }
     QCOMPARE(faults.join('\n'), QByteArray());
+}
+
+// Beside the killed ones: calls whose failure must, or must not, reach the user.
+void tst_BatchKilledCalls::interruptedWriteGoesOn()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg(16, 16));
+    const auto outcome =
+        batch.run({"a.jpg"}, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL=write 1 EINTR");
+    COMPARE_EXIT(outcome, 0);
+    QCOMPARE(outcome.errors, QByteArray());
+    QCOMPARE(QImage(batch.path("a-sketch.jpg")).size(), QSize(16, 16));
+}
+
+void tst_BatchKilledCalls::failureAtTheEndIsTold_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::newRow("the disk does not keep it") << "fsync";
+    QTest::newRow("a server tells only then") << "close";
+}
+
+void tst_BatchKilledCalls::failureAtTheEndIsTold()
+{
+    QFETCH(QString, call);
+    int told = 0;
+    for (int n = 1; n <= 30; ++n) {
+        BatchProcess batch;
+        batch.write("a.jpg", testphotos::jpeg(16, 16));
+        const auto outcome = batch.run(
+            {"--fsync", "a.jpg"}, {},
+            preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_REFUSED=unnamed"
+                                         << QStringLiteral("NTH_CALL=%1 %2 EIO").arg(call).arg(n));
+        told += outcome.errors == "a.jpg: cannot write the output: Input/output error\n";
+    }
+    QCOMPARE(told, 1);
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchKilledCalls)
