@@ -39,7 +39,10 @@ void tst_BatchHelp::wrongUsage_data()
     QTest::newRow("no photo") << List {} << QByteArray("no photo given");
     QTest::newRow("unknown option") << List {"--frobnicate", "a.jpg"} << QByteArray("--frobnicate");
     QTest::newRow("unknown letter") << List {"-z", "a.jpg"} << QByteArray("-z");
-    QTest::newRow("missing argument") << List {"a.jpg", "--black"} << QByteArray("--black");
+    QTest::newRow("missing argument")
+        << List {"a.jpg", "--black"} << QByteArray("--black needs an argument");
+    QTest::newRow("missing argument of a letter")
+        << List {"a.jpg", "-o"} << QByteArray("-o needs an argument");
     for (const char *value : {"256", "-1", "x", "", "1.5", "99999999999"}) {
         QTest::addRow("black level '%s'", value)
             << List {"--black", value, "a.jpg"} << QByteArray("0 to 255");

@@ -1,3 +1,5 @@
+#include <QStandardPaths>
+
 #include "tests/batch/batchprocess.h"
 #include "tests/support/nthcall.h"
 #include "tests/support/preload.h"
@@ -14,6 +16,7 @@ private slots:
     void valuesAreTaken_data();
     void valuesAreTaken();
     void qualityOfPng();
+    void noPictureOnATerminal();
     void fsyncIsDoneWhenAskedFor_data();
     void fsyncIsDoneWhenAskedFor();
     void suffixesInEveryLocale_data();
@@ -115,6 +118,19 @@ void tst_BatchValues::suffixesInEveryLocale()
     QCOMPARE(outcome.errors,
              QByteArray("p/b.IIQ: is of the format camera raw, which is not read\n"));
     QCOMPARE(batch.files().filter("p/"), QStringList({"p/A-sketch.jpg", "p/A.TIF", "p/b.IIQ"}));
+}
+
+void tst_BatchValues::noPictureOnATerminal()
+{
+    if (QStandardPaths::findExecutable("script").isEmpty())
+        QSKIP("script (util-linux) makes the terminal, and is not installed");
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto outcome = batch.shell("script -qec '\"$batch\" -o - a.jpg' /dev/null");
+    COMPARE_EXIT(outcome, 2);
+    QVERIFY2(outcome.output.contains("a picture is not written to a terminal"),
+             outcome.output.left(200).constData());
+    QCOMPARE(batch.files(), QStringList {"a.jpg"});
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchValues)
