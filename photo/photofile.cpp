@@ -19,6 +19,7 @@
 #include "photo/photoformat.h"
 #include "photo/photoinput.h"
 #include "photo/readingbounds.h"
+#include "photo/unfinishedsave.h"
 
 namespace photo {
 
@@ -115,8 +116,14 @@ Replacement replaceBySketch(const QImage &sketch, const QString &fileName, const
     // did not fit.
     if (!sketch.save(&file, format.constData(), saveQuality) || !file.flush())
         return Replacement::Failed;
-    // In a shared folder a new file can be made, and yet replace nothing.
-    return file.commit() ? Replacement::Done : Replacement::Impossible;
+    const UnfinishedSave unfinished(file, fileName);
+    try {
+        // In a shared folder a new file can be made, and yet replace nothing.
+        return file.commit() ? Replacement::Done : Replacement::Impossible;
+    } catch (const std::bad_alloc &) {
+        unfinished.remove();
+        throw;
+    }
 }
 
 bool write(const QImage &sketch, const QString &fileName)

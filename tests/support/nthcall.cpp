@@ -12,7 +12,8 @@
 //                     which the file system then does not know, at any time
 //   NTH_CALL_SERVER   if set, the program runs once for each request on standard input,
 //                     which brings the other variables, see forkserver.h
-//   NTH_CALL_MARKED   if set, calls count from startCountingCalls() on, else from main()
+//   NTH_CALL_MARKED   if set, calls count from startCountingCalls() to stopCountingCalls(), else
+//                     from main() on
 
 #include <atomic>
 #include <cerrno>
@@ -213,6 +214,11 @@ int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (
 void startCountingCalls()
 {
     isCounting = true;
+}
+
+void stopCountingCalls()
+{
+    isCounting = false;
 }
 
 #define REPLACE_OPEN(name) \
