@@ -9,6 +9,8 @@
 #include <csignal>
 #include <sys/resource.h>
 
+#include "tests/support/process.h"
+
 // The real program, run in a temporary folder of its own.
 class BatchProcess
 {
@@ -78,6 +80,9 @@ public:
     }
 
 private:
+    // In milliseconds, on a busy machine.
+    static int patience() { return process::isSanitized() ? 2400000 : 240000; }
+
     Outcome runProgram(const QString &name, const QStringList &arguments, const QByteArray &input,
                        const QStringList &environment)
     {
@@ -97,7 +102,7 @@ private:
         // To the toolkit, what never started has ended by itself, and well.
         if (!process.waitForStarted())
             return outcome;
-        const bool hasEnded = process.waitForFinished(240000); // on a busy machine
+        const bool hasEnded = process.waitForFinished(patience());
         if (!hasEnded)
             process.kill();
         process.waitForFinished();

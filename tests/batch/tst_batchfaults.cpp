@@ -313,7 +313,8 @@ void tst_BatchFaults::brokenFiles()
         QCOMPARE(outcome.output.count('\n'), photos);
         QCOMPARE(outcome.errors.count('\n'), outcome.output.count("\"failed\""));
         QVERIFY(outcome.output.count("\"done\"") > 50);
-        QVERIFY2(clock.elapsed() < 100000, QByteArray::number(clock.elapsed()).constData());
+        QVERIFY2(process::isSanitized() || clock.elapsed() < 100000,
+                 QByteArray::number(clock.elapsed()).constData());
     }
 }
 

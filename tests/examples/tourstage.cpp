@@ -1,6 +1,7 @@
 #include "tests/examples/tourstage.h"
 
 #include <QDir>
+#include <QImageWriter>
 #include <QRegularExpression>
 
 namespace {
@@ -60,17 +61,20 @@ void TourStage::openScreen()
         QSKIP(qPrintable(missing + QStringLiteral(" is not installed")));
     QVERIFY2(server.start(), qPrintable(server.errorString()));
     QVERIFY(photo().save(folder.filePath(QStringLiteral("photo.png"))));
+    QImageWriter onItsSide(folder.filePath(QStringLiteral("side.tif")));
+    onItsSide.setTransformation(QImageIOHandler::TransformationRotate90);
+    QVERIFY(onItsSide.write(photo()));
     QVERIFY(QDir().mkpath(QStringLiteral(SCREENSHOTS)));
 }
 
-bool TourStage::startTour(int displayScale)
+bool TourStage::startTour(int displayScale, const char *photo)
 {
     scale = displayScale;
     QProcessEnvironment environment = server.environment();
     environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(scale));
     tour.setProcessEnvironment(environment);
     tour.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    tour.start(QStringLiteral(CANVAS_TOUR), {folder.filePath(QStringLiteral("photo.png"))});
+    tour.start(QStringLiteral(CANVAS_TOUR), {folder.filePath(QLatin1String(photo))});
     window = server.waitForWindow(QStringLiteral("^Canvas tour$"));
     // Drawn, and at rest in its place on the screen.
     QRect before;

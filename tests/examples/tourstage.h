@@ -37,7 +37,7 @@ protected:
     void openScreen();
     void closeTour();
     static void scales();
-    bool startTour(int displayScale);
+    bool startTour(int displayScale, const char *photo = "photo.png");
     // Through its button; the mode is what the button writes.
     bool selectTool(const char *mnemonic, int mode);
     // A point of the photo, in hundredths of its size.

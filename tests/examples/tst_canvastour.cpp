@@ -34,6 +34,8 @@ private slots:
     void tellsWhatIsWrong_data();
     void tellsWhatIsWrong();
 
+    void photoOnItsSideStandsUpright();
+
     void init() { lines.clear(); }
     void cleanup() { closeTour(); }
     void pen_data() { scales(); }
@@ -82,6 +84,13 @@ void CanvasTourTest::tellsWhatIsWrong()
     QCOMPARE(tour.exitCode(), exitCode);
     const QByteArray said = tour.readAllStandardError();
     QVERIFY2(said.contains(message), said.constData());
+}
+
+void CanvasTourTest::photoOnItsSideStandsUpright()
+{
+    QVERIFY2(startTour(1, "side.tif"), qPrintable(server.errorString()));
+    QVERIFY(area.height() > area.width());
+    finish("side");
 }
 
 void CanvasTourTest::pen()

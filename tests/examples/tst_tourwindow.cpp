@@ -1,3 +1,4 @@
+#include <QCheckBox>
 #include <QGraphicsPixmapItem>
 #include <QListWidget>
 #include <QMouseEvent>
@@ -65,6 +66,7 @@ private slots:
     void anotherToolEndsTheStroke();
     void wireMarksNeedNoPicture();
     void wireMarksAreHandedOn();
+    void sameSizeForAllIsKept();
 };
 
 void TourWindowTest::listKeepsTheLatestLines()
@@ -133,6 +135,16 @@ void TourWindowTest::wireMarksAreHandedOn()
     QCOMPARE(marked.count(), 1);
     QCOMPARE(marked[0][0], made[0][0]);
     QVERIFY(made[0][0].value<QRegion>().contains(QPoint(50, 50)));
+}
+
+void TourWindowTest::sameSizeForAllIsKept()
+{
+    for (const bool isChosen : {false, true, false}) {
+        Tour tour;
+        auto *same = tour.findChild<QCheckBox *>();
+        QCOMPARE(same->isChecked(), isChosen);
+        same->click();
+    }
 }
 
 CRAYVELL_TEST_MAIN(TourWindowTest)

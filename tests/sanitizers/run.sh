@@ -16,7 +16,8 @@ cd "$root"
 watch_thread() {
     [[ -f build/thread/build.ninja ]] || cmake --preset thread >&2
     cmake --build --preset thread --target batch/all tests/support/all tests/batch/all -- --quiet >&2
-    TSAN_OPTIONS="suppressions=$here/thread.supp history_size=4 die_after_fork=0" \
+    QTEST_FUNCTION_TIMEOUT=3600000 \
+        TSAN_OPTIONS="suppressions=$here/thread.supp history_size=4 die_after_fork=0" \
         ctest --preset thread --tests-regex '^batch/' --timeout 3600
 }
 
