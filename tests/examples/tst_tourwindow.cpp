@@ -67,6 +67,7 @@ private slots:
     void wireMarksNeedNoPicture();
     void wireMarksAreHandedOn();
     void sameSizeForAllIsKept();
+    void outlineFollowsWithoutAButton();
 };
 
 void TourWindowTest::listKeepsTheLatestLines()
@@ -145,6 +146,20 @@ void TourWindowTest::sameSizeForAllIsKept()
         QCOMPARE(same->isChecked(), isChosen);
         same->click();
     }
+}
+
+void TourWindowTest::outlineFollowsWithoutAButton()
+{
+    Tour tour;
+    QVERIFY(QTest::qWaitForWindowExposed(&tour));
+    tour.choose("Blue marker");
+    const auto shown = [&] { return tour.canvas->viewport()->grab().toImage(); };
+    const QImage before = shown();
+    for (const QPointF point : {QPointF(40, 40), QPointF(50, 50)}) {
+        const QPoint position = tour.canvas->mapFromScene(point);
+        QTest::mouseMove(tour.windowHandle(), tour.canvas->viewport()->mapTo(&tour, position));
+    }
+    QTRY_VERIFY(shown() != before);
 }
 
 CRAYVELL_TEST_MAIN(TourWindowTest)
