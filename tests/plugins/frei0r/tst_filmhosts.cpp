@@ -111,8 +111,8 @@ void FilmHostsTest::init()
 void FilmHostsTest::sizes()
 {
     QTest::addColumn<QSize>("size");
-    for (const QSize size :
-         {QSize(64, 48), QSize(640, 360), QSize(644, 66), QSize(1080, 48), QSize(157, 61), QSize(33, 17), QSize(6, 7), QSize(5, 3)})
+    for (const QSize size : {QSize(64, 48), QSize(640, 360), QSize(644, 66), QSize(1080, 48),
+                             QSize(157, 61), QSize(33, 17), QSize(6, 7), QSize(5, 3)})
         QTest::addRow("%dx%d", size.width(), size.height()) << size;
 }
 
@@ -187,12 +187,17 @@ void FilmHostsTest::meltFrames()
     QFETCH(QSize, size);
     writeFrames(size);
     QVERIFY(writeProfile(size));
-    QVERIFY2(
-        run("melt",
-            {"-profile", "./profile", "avformat:photo%d.png", "-filter", "frei0r.crayvell",
-             "black=0.2", "white=0.9", "-consumer", "avformat:sketch.raw", "f=rawvideo",
-             "vcodec=rawvideo", "pix_fmt=rgb24", "mlt_image_format=rgb", "an=1", "real_time=-1"}),
-        m_said);
+    // Where the machine has much else to do, melt 7.12 may end well without a single frame,
+    // with its own filters and without any.
+    constexpr int attempts = 6;
+    for (int i = 0; i < attempts && QFileInfo(path("sketch.raw")).size() == 0; ++i) {
+        QVERIFY2(run("melt",
+                     {"-profile", "./profile", "avformat:photo%d.png", "-filter", "frei0r.crayvell",
+                      "black=0.2", "white=0.9", "-consumer", "avformat:sketch.raw", "f=rawvideo",
+                      "vcodec=rawvideo", "pix_fmt=rgb24", "mlt_image_format=rgb", "an=1",
+                      "real_time=-1"}),
+                 m_said);
+    }
     QCOMPARE(
         difference(rawFrames(path("sketch.raw"), size, QImage::Format_RGB888, 3), size, 51, 230),
         QString());
