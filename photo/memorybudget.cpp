@@ -47,18 +47,28 @@ qint64 machineMemory()
     return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
 }
 
-// What the process's own control group leaves, where it has a limit.
-qint64 controlGroupMemory()
+// A line "label number" of a table of a control group; 0 where there is none.
+qint64 groupNumber(const QByteArray &table, const QByteArray &label)
 {
-    const QByteArray line = contents(QStringLiteral("/proc/self/cgroup")).trimmed();
-    if (!line.startsWith("0::"))
-        return unknown;
-    const QString group = QStringLiteral("/sys/fs/cgroup") + QString::fromUtf8(line.mid(3));
-    bool limited = false;
+    for (const QByteArray &line : table.split('\n')) {
+        if (line.startsWith(label + ' '))
+            return line.mid(label.size() + 1).toLongLong();
+    }
+    return 0;
+}
+
+// What one control group leaves. Files that were read count as used there until their
+// memory is wanted for something else.
+qint64 leftInGroup(const QString &folder)
+{
+    bool isLimited = false;
     const qint64 limit =
-        contents(group + QStringLiteral("/memory.max")).trimmed().toLongLong(&limited);
-    const qint64 used = contents(group + QStringLiteral("/memory.current")).trimmed().toLongLong();
-    return limited ? limit - used : unknown;
+        contents(folder + QStringLiteral("/memory.max")).trimmed().toLongLong(&isLimited);
+    if (!isLimited)
+        return unknown;
+    const qint64 used = contents(folder + QStringLiteral("/memory.current")).trimmed().toLongLong();
+    const QByteArray table = contents(folder + QStringLiteral("/memory.stat"));
+    return limit - std::max<qint64>(used - groupNumber(table, "inactive_file"), 0);
 }
 
 // What an address-space limit ("ulimit -v") leaves.
@@ -75,8 +85,26 @@ qint64 addressSpace()
 
 qint64 availableMemory()
 {
-    const qint64 least = std::min({machineMemory(), controlGroupMemory(), addressSpace()});
-    return std::max<qint64>(least, 0);
+    const qint64 groups = controlGroupMemory(QStringLiteral("/sys/fs/cgroup"),
+                                             contents(QStringLiteral("/proc/self/cgroup")));
+    return std::max<qint64>(std::min({machineMemory(), groups, addressSpace()}), 0);
+}
+
+qint64 controlGroupMemory(const QString &hierarchy, const QByteArray &membership)
+{
+    qint64 least = beyondMemory;
+    for (const QByteArray &line : membership.split('\n')) {
+        if (!line.startsWith("0::/"))
+            continue;
+        // "/service/worker", "/service" and, as an empty text, the root.
+        QString group = QString::fromUtf8(line.mid(3));
+        while (!group.isEmpty()) {
+            least = std::min(least, leftInGroup(hierarchy + group));
+            group.truncate(group.lastIndexOf(u'/'));
+        }
+        least = std::min(least, leftInGroup(hierarchy));
+    }
+    return least;
 }
 
 qint64 sizeProduct(std::initializer_list<qint64> sizes)

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QByteArray>
+#include <QString>
 
 #include <initializer_list>
 
@@ -10,6 +11,12 @@ namespace photo {
 // available, less where a control group or an address-space limit allows less.
 // Never negative; where nothing can be learnt, the machine's whole memory.
 qint64 availableMemory();
+
+// What the control group of a process and all above it leave, in bytes: of each its limit
+// less what it uses, the least of these. Negative where more is used; beyondMemory where
+// none has a limit. hierarchy: the folder of the second version's hierarchy; membership: as
+// /proc/PID/cgroup tells it.
+qint64 controlGroupMemory(const QString &hierarchy, const QByteArray &membership);
 
 // What sizeProduct() gives at most: more than any machine has, and so little that sums and
 // small multiples of it are numbers of 64 bits.

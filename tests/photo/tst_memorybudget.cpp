@@ -1,5 +1,7 @@
 #include "photo/memorybudget.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 
 #include <limits>
@@ -18,6 +20,8 @@ private slots:
     void products_data();
     void products();
     void somethingIsAvailable();
+    void controlGroups_data();
+    void controlGroups();
     void announcedByAFile_data();
     void announcedByAFile();
 };
@@ -76,6 +80,59 @@ void MemoryBudgetTest::somethingIsAvailable()
 {
     QVERIFY(photo::availableMemory() > 10'000'000);
     QVERIFY(photo::availableMemory() < photo::beyondMemory);
+}
+
+void MemoryBudgetTest::controlGroups_data()
+{
+    // Of each group its folder and the contents of memory.max, memory.current and memory.stat.
+    using Groups = QList<QByteArrayList>;
+    QTest::addColumn<Groups>("groups");
+    QTest::addColumn<QByteArray>("membership");
+    QTest::addColumn<qint64>("left");
+    const QByteArray stat = "anon 500\nfile 9000\ninactive_file 300\nactive_file 100\n";
+    const QByteArray own = "0::/a/b\n";
+    QTest::newRow("none") << Groups {} << own << photo::beyondMemory;
+    QTest::newRow("without a limit")
+        << Groups {{"a/b", "max\n", "700\n", stat}} << own << photo::beyondMemory;
+    QTest::newRow("its own") << Groups {{"a/b", "1000\n", "700\n", ""}} << own << qint64(300);
+    QTest::newRow("one above") << Groups {{"a/b", "max\n", "700\n", ""},
+                                          {"a", "900\n", "700\n", ""}}
+                               << own << qint64(200);
+    QTest::newRow("the root of a container")
+        << Groups {{"a/b", "1000\n", "700\n", ""}, {"", "800\n", "700\n", ""}} << own
+        << qint64(100);
+    QTest::newRow("in the root") << Groups {{"", "800\n", "700\n", ""}} << QByteArray("0::/\n")
+                                 << qint64(100);
+    QTest::newRow("files that were read")
+        << Groups {{"a/b", "1000\n", "700\n", stat}} << own << qint64(600);
+    QTest::newRow("nothing but those")
+        << Groups {{"a/b", "1000\n", "200\n", stat}} << own << qint64(1000);
+    QTest::newRow("more used than allowed")
+        << Groups {{"a/b", "1000\n", "1700\n", ""}} << own << qint64(-700);
+    QTest::newRow("beside older hierarchies")
+        << Groups {{"a/b", "1000\n", "700\n", ""}, {"c", "10\n", "0\n", ""}}
+        << QByteArray("4:memory:/c\n1:name=systemd:/c\n0::/a/b\n") << qint64(300);
+    QTest::newRow("older hierarchies alone")
+        << Groups {{"c", "10\n", "0\n", ""}} << QByteArray("4:memory:/c\n") << photo::beyondMemory;
+    QTest::newRow("not told") << Groups {{"", "10\n", "0\n", ""}} << QByteArray()
+                              << photo::beyondMemory;
+}
+
+void MemoryBudgetTest::controlGroups()
+{
+    QFETCH(QList<QByteArrayList>, groups);
+    QFETCH(QByteArray, membership);
+    const QTemporaryDir hierarchy;
+    for (const QByteArrayList &group : groups) {
+        const QDir folder(hierarchy.filePath(QString::fromUtf8(group[0])));
+        QVERIFY(folder.mkpath("."));
+        for (int i = 1; i < 4; ++i) {
+            QFile file(folder.filePath(
+                QStringList {"memory.max", "memory.current", "memory.stat"}[i - 1]));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(group[i]) == group[i].size());
+        }
+    }
+    QTEST(photo::controlGroupMemory(hierarchy.path(), membership), "left");
 }
 
 void MemoryBudgetTest::announcedByAFile_data()
