@@ -97,9 +97,12 @@ private:
 bool isCutBmp(QIODevice &device)
 {
     Header bytes {};
-    if (device.peek(bytes.data(), bytes.size()) < static_cast<qint64>(bytes.size()))
-        return true;
+    const qint64 there = device.peek(bytes.data(), bytes.size());
     const BmpHeader header(bytes);
+    // A whole picture of the oldest kind may be shorter than any newer header.
+    constexpr qint64 oldHeaderBytes = 26;
+    if (there < (header.isOld ? oldHeaderBytes : static_cast<qint64>(bytes.size())))
+        return true;
     if (header.compression == 1 || header.compression == 2)
         return !RunLengthWalk(device, header).reachesEndOfPicture();
     if (header.width <= 0 || header.width > 0x7fffff || header.bits > 64)

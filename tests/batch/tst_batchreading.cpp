@@ -23,6 +23,8 @@ private slots:
     void pixelsNobodyWroteAreTheSameInEveryRun_data();
     void pixelsNobodyWroteAreTheSameInEveryRun();
     void bmpStoredFromTheTop();
+    void bmpOfTheOldestKind_data();
+    void bmpOfTheOldestKind();
     void bmpOfRunLengths_data();
     void bmpOfRunLengths();
 };
@@ -182,6 +184,43 @@ void tst_BatchReading::bmpStoredFromTheTop()
     const auto outcome = batch.run({"cut.bmp"});
     COMPARE_EXIT(outcome, 1);
     QVERIFY2(outcome.errors.contains("is truncated"), outcome.errors.constData());
+}
+
+void tst_BatchReading::bmpOfTheOldestKind_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::newRow("one pixel") << 1 << 1;
+    QTest::newRow("two rows") << 1 << 2;
+    QTest::newRow("three rows") << 1 << 3;
+    QTest::newRow("wide") << 40 << 3;
+}
+
+// Its header and its smallest picture have less bytes than the header of any newer one.
+void tst_BatchReading::bmpOfTheOldestKind()
+{
+    QFETCH(int, width);
+    QFETCH(int, height);
+    QByteArray file;
+    QBuffer buffer(&file);
+    QVERIFY(buffer.open(QIODevice::WriteOnly));
+    QDataStream stream(&buffer);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    const qsizetype rowBytes = (3 * width + 3) / 4 * 4;
+    const auto bytes = quint32(26 + rowBytes * height);
+    stream.writeRawData("BM", 2);
+    stream << bytes << 0U << 26U << 12U << quint16(width) << quint16(height) << quint16(1)
+           << quint16(24);
+    buffer.write(QByteArray(rowBytes * height, '\x40'));
+    BatchProcess batch;
+    batch.write("whole.bmp", file);
+    batch.write("cut.bmp", file.chopped(1));
+    COMPARE_EXIT(batch.run({"whole.bmp"}), 0);
+    const auto outcome = batch.run({"cut.bmp"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, "cut.bmp: is truncated\n");
+    batch.write("head.bmp", file.left(25));
+    COMPARE_EXIT(batch.run({"head.bmp"}), 1);
 }
 
 void tst_BatchReading::bmpOfRunLengths_data()
