@@ -4,6 +4,7 @@
 
 #include "photo/decode/pngdecoder.h"
 #include "tests/photo/decode/decodedphoto.h"
+#include "tests/support/pngfile.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
 
@@ -107,6 +108,8 @@ private slots:
     void damaged();
     void cutShort_data();
     void cutShort();
+    void damagedEnd();
+    void notedWindow();
     void memoryNeed();
 };
 
@@ -263,6 +266,41 @@ void tst_PngDecoder::cutShort()
         }
     }
     QVERIFY(complete > 0);
+}
+
+// Behind the last row.
+void tst_PngDecoder::damagedEnd()
+{
+    QByteArray photo = png(PNG_COLOR_TYPE_RGB);
+    photo.back() = static_cast<char>(~photo.back()); // of the last chunk's checksum
+    DecodedPhoto decoded(photo);
+    QVERIFY(decoded.byToolkit().isNull());
+    QVERIFY(decoded.byDecoder().isNull());
+    QCOMPARE(decoded.reason(), QByteArray("cannot be decoded: Unable to read image data"));
+    QVERIFY(!decoded.byDecoder(true).isNull());
+}
+
+// Some writers note a smaller window than they use.
+void tst_PngDecoder::notedWindow()
+{
+    constexpr int width = 1000;
+    constexpr int height = 40;
+    QByteArray row(width + 1, '\0'); // behind the number of its filter, none
+    QRandomGenerator random(1);
+    for (int x = 1; x <= width; ++x)
+        row[x] = static_cast<char>(random.bounded(256));
+    constexpr qsizetype lengthInFront = 4;
+    QByteArray packed = qCompress(row.repeated(height)).mid(lengthInFront);
+    QCOMPARE(packed[0], '\x78'); // deflate with a window of 32 kB
+    packed[0] = '\x08'; // of 256 bytes
+    packed[1] = '\x1d'; // and what makes both together divisible by 31
+    constexpr qsizetype headerBytes = 8 + 25;
+    DecodedPhoto decoded(pngHeader(width, height, 8, PNG_COLOR_TYPE_GRAY).left(headerBytes)
+                         + pngChunk("IDAT", packed) + pngChunk("IEND", ""));
+    const QImage rows = decoded.byDecoder();
+    QVERIFY2(!rows.isNull(), decoded.reason().constData());
+    for (int x = 0; x < width; ++x)
+        QCOMPARE(qRed(rows.pixel(x, height - 1)), int(static_cast<uchar>(row[x + 1])));
 }
 
 void tst_PngDecoder::memoryNeed()

@@ -28,6 +28,7 @@ struct TiffKind
     int photometric = PHOTOMETRIC_RGB;
     int planes = PLANARCONFIG_CONTIG;
     int orientation = ORIENTATION_TOPLEFT;
+    int tileSide = 0; // in strips
 };
 
 void describe(TIFF *tiff, const TiffKind &kind, QSize size)
@@ -40,7 +41,12 @@ void describe(TIFF *tiff, const TiffKind &kind, QSize size)
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, kind.photometric);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, kind.compression);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, kind.planes);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kind.rowsPerStrip);
+    if (kind.tileSide == 0) {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, kind.rowsPerStrip);
+    } else {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, kind.tileSide);
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, kind.tileSide);
+    }
     TIFFSetField(tiff, TIFFTAG_ORIENTATION, kind.orientation);
     if (kind.predictor != 1)
         TIFFSetField(tiff, TIFFTAG_PREDICTOR, kind.predictor);
@@ -74,6 +80,17 @@ void fillRow(std::vector<char> &row, const TiffKind &kind, unsigned first)
     }
 }
 
+// All tiles hold the same.
+void writeTiles(TIFF *tiff, const TiffKind &kind)
+{
+    std::vector<char> tile(static_cast<std::size_t>(TIFFTileSize(tiff)));
+    fillRow(tile, kind, 0);
+    for (uint32_t number = 0; number < TIFFNumberOfTiles(tiff); ++number) {
+        if (TIFFWriteEncodedTile(tiff, number, tile.data(), TIFFTileSize(tiff)) < 0)
+            qFatal("the photo cannot be made");
+    }
+}
+
 QByteArray tiffOf(const TiffKind &kind, QSize size)
 {
     const QTemporaryDir folder;
@@ -82,7 +99,11 @@ QByteArray tiffOf(const TiffKind &kind, QSize size)
     describe(tiff, kind, size);
     std::vector<char> row(std::size_t(size.width()) * kind.bits / 8
                           * (kind.planes == PLANARCONFIG_CONTIG ? kind.samples : 1));
-    for (int plane = 0; plane < (kind.planes == PLANARCONFIG_CONTIG ? 1 : kind.samples); ++plane) {
+    if (kind.tileSide > 0)
+        writeTiles(tiff, kind);
+    for (int plane = 0;
+         kind.tileSide == 0 && plane < (kind.planes == PLANARCONFIG_CONTIG ? 1 : kind.samples);
+         ++plane) {
         for (int y = 0; y < size.height(); ++y) {
             fillRow(row, kind, static_cast<unsigned>(y) * size.width());
             if (TIFFWriteScanline(tiff, row.data(), y, static_cast<uint16_t>(plane)) < 0)
@@ -94,15 +115,32 @@ QByteArray tiffOf(const TiffKind &kind, QSize size)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The same picture of one strip, of an even number of bytes, with that strip behind
-// the directory, where it can be cut off.
-QByteArray withPixelsAtTheEnd(QByteArray photo)
+// Where an entry of the directory begins; it is there.
+char *entryOf(QByteArray &photo, quint16 tag)
 {
     constexpr qsizetype entryBytes = 12;
     const auto directory = static_cast<qsizetype>(qFromLittleEndian<quint32>(photo.data() + 4));
     char *entry = photo.data() + directory + 2;
-    while (qFromLittleEndian<quint16>(entry) != TIFFTAG_STRIPOFFSETS)
+    while (qFromLittleEndian<quint16>(entry) != tag)
         entry += entryBytes;
+    return entry;
+}
+
+// The same picture of one strip, which says that it has so many bytes.
+QByteArray withStripOf(QByteArray photo, quint32 bytes)
+{
+    char *const entry = entryOf(photo, TIFFTAG_STRIPBYTECOUNTS);
+    qToLittleEndian<quint16>(TIFF_LONG, entry + 2);
+    qToLittleEndian<quint32>(bytes, entry + 8);
+    return photo;
+}
+
+// The same picture of one strip, of an even number of bytes, with that strip behind
+// the directory, where it can be cut off.
+QByteArray withPixelsAtTheEnd(QByteArray photo)
+{
+    const auto directory = static_cast<qsizetype>(qFromLittleEndian<quint32>(photo.data() + 4));
+    char *const entry = entryOf(photo, TIFFTAG_STRIPOFFSETS);
     qToLittleEndian<quint16>(TIFF_LONG, entry + 2);
     qToLittleEndian<quint32>(static_cast<quint32>(photo.size()), entry + 8);
     return photo + photo.mid(8, directory - 8);
@@ -125,6 +163,7 @@ private slots:
     void pixels();
     void othersAreLeftToTheToolkit_data();
     void othersAreLeftToTheToolkit();
+    void tilesAreLeftToTheToolkit();
     void damaged_data();
     void damaged();
     void cutShort_data();
@@ -202,6 +241,7 @@ void tst_TiffDecoder::othersAreLeftToTheToolkit_data()
         {"grey of 16 bits", {.samples = 1, .photometric = PHOTOMETRIC_MINISBLACK}},
         {"grey from white to black",
          {.bits = 8, .samples = 1, .photometric = PHOTOMETRIC_MINISWHITE}},
+        {"8 bits, signed", {.bits = 8, .sampleFormat = SAMPLEFORMAT_INT}},
         {"JPEG inside", {.bits = 8, .compression = COMPRESSION_JPEG, .rowsPerStrip = 16}},
     };
     for (const auto &[name, kind] : kinds)
@@ -214,6 +254,13 @@ void tst_TiffDecoder::othersAreLeftToTheToolkit()
     DecodedPhoto decoded(photo);
     QVERIFY(decoded.isDecodedBy<photo::ToolkitDecoder>());
     COMPARE_WITH_TOOLKIT(decoded);
+}
+
+// It may refuse them.
+void tst_TiffDecoder::tilesAreLeftToTheToolkit()
+{
+    const DecodedPhoto decoded(tiffOf({.bits = 8, .tileSide = 16}, QSize(40, 50)));
+    QVERIFY(decoded.isDecodedBy<photo::ToolkitDecoder>());
 }
 
 void tst_TiffDecoder::damaged_data()
@@ -290,6 +337,13 @@ void tst_TiffDecoder::memoryNeed()
     QVERIFY(few->memoryNeed() < 300 * 200 * 6);
     // All of the compressed data are one strip, beside about 200 bytes of tags.
     QVERIFY(many->memoryNeed() > whole.size() - 500);
+    // No strip is longer than the file, whatever that says.
+    QBuffer boasting;
+    boasting.setData(withStripOf(whole.data(), 2'000'000'000));
+    QVERIFY(boasting.open(QIODevice::ReadOnly));
+    const auto one = photo::TiffDecoder::make(boasting, QImage::Format_RGBX64, options);
+    QVERIFY(one);
+    QVERIFY(one->memoryNeed() < many->memoryNeed() + 1000);
 }
 
 // It reads a strip as it is in the file and unpacks it as a whole, beside the
@@ -308,6 +362,15 @@ void tst_TiffDecoder::memoryNeedOfTheToolkit()
                                         {bandRows, false});
     QVERIFY(decoder.memoryNeed() > 300 * 200 * (4 + 4) + inks.size() - 500);
     QVERIFY(decoder.memoryNeed() < 300 * 200 * (4 + 4) + inks.size());
+
+    // Of planes that are apart it unpacks as many strips at once.
+    QBuffer apart;
+    apart.setData(
+        tiffOf({.bits = 8, .rowsPerStrip = 200, .planes = PLANARCONFIG_SEPARATE}, QSize(300, 200)));
+    QVERIFY(apart.open(QIODevice::ReadOnly));
+    const photo::ToolkitDecoder planes(apart, {photo::PhotoFormat::Tiff, "TIFF"}, "tiff",
+                                       {bandRows, false});
+    QVERIFY(planes.memoryNeed() > 300 * 200 * (4 + 3 + 1));
 }
 
 CRAYVELL_TEST_MAIN(tst_TiffDecoder)

@@ -1,8 +1,10 @@
 #include "photo/encode/deflatestream.h"
 
-#include "tests/support/testmain.h"
-
+#include <malloc.h>
 #include <random>
+
+#include "tests/support/process.h"
+#include "tests/support/testmain.h"
 
 namespace {
 
@@ -62,8 +64,10 @@ private slots:
     void unpacksToTheSame_data();
     void unpacksToTheSame();
     void nothingIsAStream();
+    void fillsAPieceExactly();
     void patienceFindsMore();
     void estimatesWhatComesOut();
+    void memoryIsGivenBack();
 };
 
 void tst_DeflateStream::unpacksToTheSame_data()
@@ -118,6 +122,20 @@ void tst_DeflateStream::nothingIsAStream()
     }
 }
 
+// One of these lengths, and what goes with it, is a piece when it is packed.
+void tst_DeflateStream::fillsAPieceExactly()
+{
+    const auto bytes = noise(photo::DeflateStream::pieceBytes);
+    for (std::size_t spare = 70; spare < 110; ++spare) {
+        Collector sink;
+        photo::DeflateStream stream(sink);
+        stream.add(bytes.data(), bytes.size() - spare, Packing::Patient);
+        stream.add(bytes.data() + bytes.size() - spare, spare, Packing::Runs);
+        stream.finish();
+        QVERIFY(unpacked(sink.packed, bytes.size()) == bytes);
+    }
+}
+
 void tst_DeflateStream::patienceFindsMore()
 {
     const auto packedBytes = [](Packing packing) {
@@ -147,6 +165,25 @@ void tst_DeflateStream::estimatesWhatComesOut()
             QVERIFY2(share > 0.95 && share < 1.05, qPrintable(QString::number(share)));
         }
     }
+}
+
+void tst_DeflateStream::memoryIsGivenBack()
+{
+    if (process::isSanitized())
+        QSKIP("the sanitizer has memory of its own");
+    const auto bytes = drawing(1000, 70);
+    const auto packOnce = [&] {
+        Collector sink;
+        photo::DeflateStream stream(sink);
+        stream.add(bytes.data(), bytes.size(), Packing::Patient);
+        stream.finish();
+    };
+    packOnce();
+    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    for (int i = 0; i < 20; ++i)
+        packOnce();
+    // One takes 272 kB.
+    QVERIFY(mallinfo2().uordblks + mallinfo2().hblkhd < before + 100'000);
 }
 
 CRAYVELL_TEST_MAIN(tst_DeflateStream)

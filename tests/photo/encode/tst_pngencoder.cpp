@@ -183,6 +183,10 @@ private slots:
     void passesOnWhatTheSinkThrows();
     void packsFlatPaperIntoLittle();
     void choosesTheFilterByTheRows();
+    void everyHeight_data();
+    void everyHeight();
+    void noChunkWithoutNeed();
+    void needOfItsOwn();
 };
 
 void tst_PngEncoder::givesExactPixels_data()
@@ -310,6 +314,41 @@ void tst_PngEncoder::choosesTheFilterByTheRows()
     QVERIFY(!rows.isEmpty());
     QCOMPARE(filterOf(rows, 0), 0);
     QCOMPARE(filterOf(rows, size.height() - 1), 1);
+}
+
+void tst_PngEncoder::everyHeight_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("highest");
+    QTest::newRow("narrow") << 3 << 70;
+    QTest::newRow("ordinary") << 1000 << 70;
+    QTest::newRow("wide") << 70'000 << 10;
+}
+
+// Whatever is left for the last band.
+void tst_PngEncoder::everyHeight()
+{
+    QFETCH(int, width);
+    QFETCH(int, highest);
+    for (int height = 1; height <= highest; ++height) {
+        const QImage grey = picture(QSize(width, height), strokes);
+        const QByteArray png = encoded(grey);
+        QVERIFY2(!inflatedRows(png, grey.size()).isEmpty(), QByteArray::number(height));
+    }
+}
+
+void tst_PngEncoder::noChunkWithoutNeed()
+{
+    for (const Chunk &chunk : chunks(encoded(picture(QSize(40, 40), strokes))))
+        QVERIFY2(QByteArrayList({"IHDR", "IDAT", "IEND"}).contains(chunk.type), chunk.type);
+}
+
+void tst_PngEncoder::needOfItsOwn()
+{
+    const QSize size(3000, 2000);
+    const qint64 need = photo::encoderNeed(photo::SketchFormat::Png, size);
+    QCOMPARE(need, photo::PngEncoder::memoryNeed(size));
+    QVERIFY(need != photo::encoderNeed(photo::SketchFormat::Jpeg, size));
 }
 
 CRAYVELL_TEST_MAIN(tst_PngEncoder)
