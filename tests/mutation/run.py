@@ -25,9 +25,11 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 
 sys.dont_write_bytecode = True
 import plant
@@ -138,11 +140,15 @@ class Suite:
     def measure(self, names):
         """Runs the tests without a fault; gives those that fail."""
         failed = []
-        reached = self.build / f"mutation-reached-{os.getpid()}"
+        # Open to everybody: some tests act as an ordinary user.
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="mutation-"))
+        folder.chmod(0o755)
+        reached = folder / "reached"
         for name in names:
             if name in self.known:
                 continue
             reached.write_bytes(bytes(FAULT_NUMBERS))
+            reached.chmod(0o666)
             passed, seconds = self.passes(name, None, 900, reached)
             numbers = [number for number, byte in enumerate(reached.read_bytes()) if byte]
             if not passed:
@@ -156,7 +162,7 @@ class Suite:
                 self.known.update(json.loads(self.known_file.read_text()))
             self.known[name] = {"seconds": seconds, "reached": numbers}
             self.known_file.write_text(json.dumps(self.known))
-        reached.unlink(missing_ok=True)
+        shutil.rmtree(folder)
         return failed
 
     def running(self, fault, names):

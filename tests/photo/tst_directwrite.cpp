@@ -141,6 +141,7 @@ class DirectWriteTest : public QObject
 
 private slots:
     void init();
+    void cleanup();
 
     void closedFolder_data();
     void closedFolder();
@@ -175,12 +176,24 @@ private:
         QCOMPARE(writer.write(content), content.size());
     }
 
+    static qsizetype openFiles()
+    {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files).size();
+    }
+
     std::unique_ptr<QTemporaryDir> m_folder;
+    qsizetype m_openFiles = 0;
 };
 
 void DirectWriteTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
+    m_openFiles = openFiles();
+}
+
+void DirectWriteTest::cleanup()
+{
+    QCOMPARE(openFiles(), m_openFiles);
 }
 
 void DirectWriteTest::closedFolder_data()

@@ -4,9 +4,9 @@
 //
 //   FAILING_CALLS     words out of: unnamed (files without a name), proc (what is
 //                     below /proc), renameat2 (EINVAL), renameat2-missing (ENOSYS),
-//                     link (EPERM), fstatat (EIO), thread=N (no thread after the first
-//                     N), read=N (EIO at the N-th read from a photo, that is from a
-//                     file of 100,000 bytes or more)
+//                     link (EPERM), fstatat (EIO), opendir (EACCES, of a folder "shut"), thread=N
+//                     (no thread after the first N), read=N (EIO at the N-th read from a photo,
+//                     that is from a file of 100,000 bytes or more)
 //   FAILED_CALLS      the file that gets the word of each, but for threads and reads
 //   AT_CALL           fsync, read=N as above, or the end of a file's name that is
 //                     opened for reading
@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -246,6 +247,15 @@ int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*
     }
     using Call = int(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
     return next<Call>("pthread_create")(thread, attributes, function, argument);
+}
+
+DIR *opendir(const char *name)
+{
+    if (std::string_view(name).ends_with("/shut") && fails("opendir")) {
+        errno = EACCES;
+        return nullptr;
+    }
+    return next<DIR *(const char *)>("opendir")(name);
 }
 
 } // extern "C"

@@ -66,9 +66,9 @@ struct Error
 };
 constexpr int shortWrite = -1;
 constexpr int killed = -2;
-constexpr Error errors[] = {{"ENOSPC", ENOSPC}, {"EIO", EIO},       {"EINTR", EINTR},
-                            {"EMFILE", EMFILE}, {"ENOMEM", ENOMEM}, {"short", shortWrite},
-                            {"killed", killed}};
+constexpr Error errors[] = {{"ENOSPC", ENOSPC},    {"EIO", EIO},       {"EINTR", EINTR},
+                            {"EMFILE", EMFILE},    {"ENOMEM", ENOMEM}, {"EOPNOTSUPP", EOPNOTSUPP},
+                            {"short", shortWrite}, {"killed", killed}};
 
 struct Setting
 {

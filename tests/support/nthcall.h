@@ -16,17 +16,23 @@ struct Fault
 
 // What is tried on every call.
 inline constexpr Fault faults[] = {
-    {"open", "EMFILE"},     {"open", "ENOMEM"},      {"open", "EINTR"},
-    {"open", "EIO"},        {"open", "ENOSPC"},      {"write", "ENOSPC"},
-    {"write", "EIO"},       {"write", "EINTR"},      {"write", "short"},
-    {"fsync", "EIO"},       {"fsync", "ENOSPC"},     {"fsync", "EINTR"},
-    {"linkat", "ENOSPC"},   {"linkat", "EIO"},       {"linkat", "EINTR"},
-    {"linkat", "ENOMEM"},   {"renameat2", "ENOSPC"}, {"renameat2", "EIO"},
-    {"renameat2", "EINTR"}, {"renameat2", "ENOMEM"}, {"rename", "ENOSPC"},
-    {"rename", "EIO"},      {"rename", "EINTR"},     {"rename", "ENOMEM"},
-    {"close", "EIO"},       {"close", "EINTR"},      {"close", "ENOSPC"},
-    {"fallocate", "EIO"},   {"fallocate", "ENOSPC"}, {"ftruncate", "EIO"},
-    {"mmap", "ENOMEM"},     {"malloc", "ENOMEM"},    {"malloc", "ENOMEM", true},
+    {"open", "EMFILE"},      {"open", "ENOMEM"},
+    {"open", "EINTR"},       {"open", "EIO"},
+    {"open", "ENOSPC"},      {"write", "ENOSPC"},
+    {"write", "EIO"},        {"write", "EINTR"},
+    {"write", "short"},      {"fsync", "EIO"},
+    {"fsync", "ENOSPC"},     {"fsync", "EINTR"},
+    {"linkat", "ENOSPC"},    {"linkat", "EIO"},
+    {"linkat", "EINTR"},     {"linkat", "ENOMEM"},
+    {"renameat2", "ENOSPC"}, {"renameat2", "EIO"},
+    {"renameat2", "EINTR"},  {"renameat2", "ENOMEM"},
+    {"rename", "ENOSPC"},    {"rename", "EIO"},
+    {"rename", "EINTR"},     {"rename", "ENOMEM"},
+    {"close", "EIO"},        {"close", "EINTR"},
+    {"close", "ENOSPC"},     {"fallocate", "EIO"},
+    {"fallocate", "ENOSPC"}, {"fallocate", "EOPNOTSUPP"},
+    {"ftruncate", "EIO"},    {"mmap", "ENOMEM"},
+    {"malloc", "ENOMEM"},    {"malloc", "ENOMEM", true},
 };
 
 // A run takes memory some hundred times, of which the everyday tests try some; all with

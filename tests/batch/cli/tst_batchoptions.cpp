@@ -32,6 +32,7 @@ private slots:
     void noBarWithoutTerminal();
     void barOnTerminal_data();
     void barOnTerminal();
+    void barGoesWithASignal();
     void barAndJson_data();
     void barAndJson();
     void startsWithoutDisplayAndLocale();
@@ -328,6 +329,44 @@ void tst_BatchOptions::barOnTerminal()
     QCOMPARE(outcome.output.contains(" left"), bar);
     QCOMPARE(outcome.output.contains("\x1b[32m"), colours);
     QVERIFY(batch.exists("out/2.jpg"));
+}
+
+// The prompt of the shell stands where it stood.
+void tst_BatchOptions::barGoesWithASignal()
+{
+    if (QStandardPaths::findExecutable("python3").isEmpty())
+        QSKIP("python3 makes the terminal, and is not installed");
+    BatchProcess batch;
+    for (int i = 0; i < 300; ++i)
+        batch.write(QStringLiteral("p/%1.jpg").arg(i), testphotos::jpeg(300, 300, i % 9));
+    batch.write("run.py", R"(
+import os, pty, signal, subprocess, sys
+ours, its = pty.openpty()
+child = subprocess.Popen([os.environ['batch'], '-j', '1', '--output-dir', 'out', 'p'],
+                         stdin=its, stdout=its, stderr=its, env=dict(os.environ, TERM='xterm'))
+os.close(its)
+shown = b''
+def more():
+    global shown
+    try:
+        portion = os.read(ours, 4096)
+    except OSError:
+        portion = b''
+    shown += portion
+    return portion
+while b'/300' not in shown and more():
+    pass
+child.send_signal(signal.SIGINT)
+while more():
+    pass
+if child.wait() != -signal.SIGINT:
+    sys.exit('not ended by the signal')
+sys.stdout.buffer.write(shown)
+)");
+    const auto outcome = batch.shell("python3 run.py");
+    QCOMPARE(outcome.errors, QByteArray());
+    QVERIFY(outcome.output.contains("/300"));
+    QVERIFY2(outcome.output.endsWith("\r\x1b[K"), outcome.output.right(100).toHex());
 }
 
 void tst_BatchOptions::barAndJson_data()

@@ -21,6 +21,7 @@ private slots:
     void fsyncIsDoneWhenAskedFor();
     void suffixesInEveryLocale_data();
     void suffixesInEveryLocale();
+    void reasonsInEnglish();
 };
 
 void tst_BatchValues::valuesAreTaken_data()
@@ -118,6 +119,18 @@ void tst_BatchValues::suffixesInEveryLocale()
     QCOMPARE(outcome.errors,
              QByteArray("p/b.IIQ: is of the format camera raw, which is not read\n"));
     QCOMPARE(batch.files().filter("p/"), QStringList({"p/A-sketch.jpg", "p/A.TIF", "p/b.IIQ"}));
+}
+
+// Among English words.
+void tst_BatchValues::reasonsInEnglish()
+{
+    BatchProcess batch;
+    const QString german = "LOCPATH=$PWD/l LC_ALL=de_DE.UTF-8 LANGUAGE=de ";
+    batch.shell("mkdir l && localedef -i de_DE -f UTF-8 \"$PWD/l/de_DE.UTF-8\"");
+    if (!batch.shell(german + "cat a.jpg").errors.contains("nicht gefunden"))
+        QSKIP("the package locales has the system's messages in German");
+    QCOMPARE(batch.shell(german + "\"$batch\" a.jpg").errors,
+             QByteArray("a.jpg: cannot be read: No such file or directory\n"));
 }
 
 void tst_BatchValues::noPictureOnATerminal()
