@@ -28,6 +28,7 @@ private slots:
     void fullDisk();
     void fullFileSystem();
     void unwritableFolder();
+    void interruptedWritesAreDoneAgain();
     void brokenFiles();
 };
 
@@ -282,6 +283,23 @@ void tst_BatchFaults::unwritableFolder()
     QVERIFY(unreadable.errors.contains("secret.jpg: cannot be read: Permission denied"));
     QVERIFY(batch.exists("open/a.jpg"));
     QCOMPARE(batch.shell("chmod 755 shut").exitCode, 0);
+}
+
+void tst_BatchFaults::interruptedWritesAreDoneAgain()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer wants to be loaded first");
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg());
+    const auto undisturbed = batch.run({"-n", "a.jpg", "none.jpg"});
+    for (int call = 1; call <= 3; ++call) {
+        const auto outcome = batch.run({"-n", "a.jpg", "none.jpg"}, {},
+                                       preloaded(CRAYVELL_NTH_CALL)
+                                           << QStringLiteral("NTH_CALL=write %1 EINTR").arg(call));
+        COMPARE_EXIT(outcome, 1);
+        QCOMPARE(outcome.output, undisturbed.output);
+        QCOMPARE(outcome.errors, undisturbed.errors);
+    }
 }
 
 void tst_BatchFaults::brokenFiles()

@@ -7,7 +7,63 @@
 #include <QTemporaryDir>
 
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// A pipe in the place of standard input, with somebody who writes into it.
+class FedInput
+{
+    Q_DISABLE_COPY_MOVE(FedInput)
+
+public:
+    FedInput(int flags, const std::function<void(int descriptor)> &feed)
+        : m_former(dup(STDIN_FILENO))
+    {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            qFatal("no pipe can be had");
+        fcntl(ends[0], F_SETFL, flags);
+        dup2(ends[0], STDIN_FILENO);
+        close(ends[0]);
+        m_feeder = std::thread([end = ends[1], feed] {
+            feed(end);
+            close(end);
+        });
+    }
+    ~FedInput()
+    {
+        m_feeder.join();
+        dup2(m_former, STDIN_FILENO);
+        close(m_former);
+    }
+
+private:
+    int m_former;
+    std::thread m_feeder;
+};
+
+// Whether the main thread waits for something.
+bool mainThreadSleeps()
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(getpid()));
+    if (!file.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray line = file.readAll();
+    return line.mid(line.lastIndexOf(')') + 2).startsWith('S');
+}
+
+void put(int descriptor, const QByteArray &bytes)
+{
+    if (::write(descriptor, bytes.constData(), static_cast<std::size_t>(bytes.size()))
+        != bytes.size())
+        qFatal("the pipe does not take it");
+}
+
+} // namespace
 
 class PhotoInputTest : public QObject
 {
@@ -19,6 +75,8 @@ private slots:
     void changesAreNoticed_data();
     void changesAreNoticed();
     void onlyRegularFiles();
+    void standardInputHasALimit();
+    void standardInputThatComesLater();
 
 private:
     QString path() const { return m_folder.filePath(QStringLiteral("photo")); }
@@ -101,6 +159,32 @@ void PhotoInputTest::onlyRegularFiles()
     const std::string pipe = name() + "-pipe";
     QCOMPARE(mkfifo(pipe.c_str(), 0600), 0);
     QVERIFY_EXCEPTION_THROWN(photo::PhotoInput(pipe, 0), photo::PhotoError);
+}
+
+void PhotoInputTest::standardInputHasALimit()
+{
+    const QByteArray bytes(1000, 'p');
+    for (const int most : {1001, 1000, 999}) {
+        const FedInput fed(0, [&](int end) { put(end, bytes); });
+        if (most < bytes.size()) {
+            QVERIFY_EXCEPTION_THROWN(photo::PhotoInput("-", most), photo::PhotoError);
+        } else {
+            const photo::PhotoInput input("-", most);
+            QCOMPARE(input.buffered(), bytes);
+        }
+    }
+}
+
+// From a pipe that does not block, and is empty at first.
+void PhotoInputTest::standardInputThatComesLater()
+{
+    const FedInput fed(O_NONBLOCK, [](int end) {
+        for (int times = 0; times < 20;)
+            times = mainThreadSleeps() ? times + 1 : 0;
+        put(end, "a photo");
+    });
+    const photo::PhotoInput input("-", 100);
+    QCOMPARE(input.buffered(), QByteArray("a photo"));
 }
 
 CRAYVELL_TEST_MAIN(PhotoInputTest)

@@ -209,6 +209,10 @@ void tst_BatchHelp::helpHasOneOptionALine()
 {
     BatchProcess batch;
     const QString help = QString::fromUtf8(batch.run({"--help"}).output);
+    QString others = help.mid(help.indexOf("(man crayvell-batch):") + 21);
+    others = others.left(others.indexOf("Exit code")).simplified();
+    for (const QString &name : others.split(", "))
+        QVERIFY2(name.startsWith("--") && !name.contains(' '), qPrintable(others));
     const QStringList lines =
         help.section("Usage:", 1).section("More", 0, 0).split('\n', Qt::SkipEmptyParts).mid(1);
     static const QRegularExpression form(

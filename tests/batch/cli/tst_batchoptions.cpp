@@ -32,6 +32,8 @@ private slots:
     void noBarWithoutTerminal();
     void barOnTerminal_data();
     void barOnTerminal();
+    void namesArePrintable();
+    void jsonOfAFailure();
     void barGoesWithASignal();
     void barAndJson_data();
     void barAndJson();
@@ -308,6 +310,7 @@ void tst_BatchOptions::barOnTerminal_data()
 
     QTest::newRow("a terminal") << QString("TERM=xterm") << true << true;
     QTest::newRow("without colours") << QString("TERM=xterm NO_COLOR=1") << true << false;
+    QTest::newRow("colours not forbidden") << QString("TERM=xterm NO_COLOR=") << true << true;
     QTest::newRow("a dumb terminal") << QString("TERM=dumb") << false << false;
 }
 
@@ -329,6 +332,35 @@ void tst_BatchOptions::barOnTerminal()
     QCOMPARE(outcome.output.contains(" left"), bar);
     QCOMPARE(outcome.output.contains("\x1b[32m"), colours);
     QVERIFY(batch.exists("out/2.jpg"));
+    QCOMPARE(outcome.output.contains("3 done, 0 skipped, 0 failed"), bar);
+    // One photo has told everything itself.
+    const auto one =
+        batch.shell("env -u NO_COLOR " + setting + " script -qec '\"$batch\" p/0.jpg' /dev/null");
+    QVERIFY(batch.exists("p/0-sketch.jpg"));
+    QVERIFY(!one.output.contains("1 done"));
+}
+
+// What a terminal would take for an order, or a reader for another name, stands as text.
+void tst_BatchOptions::namesArePrintable()
+{
+    BatchProcess batch;
+    const auto outcome = batch.run({"a\\b\x7f\x1b[2J\n\t.jpg"});
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors,
+             QByteArray("a\\\\b\\177\\033[2J\\n\\t.jpg: cannot be read: "
+                        "No such file or directory\n"));
+}
+
+void tst_BatchOptions::jsonOfAFailure()
+{
+    BatchProcess batch;
+    const auto outcome = batch.run({"--json", "none.jpg"});
+    COMPARE_EXIT(outcome, 1);
+    const QJsonObject object = QJsonDocument::fromJson(outcome.output).object();
+    QCOMPARE(object["status"].toString(), "failed");
+    QVERIFY(object["width"].isDouble() && object["height"].isDouble());
+    QCOMPARE(object["width"].toInt(-1), 0);
+    QCOMPARE(object["height"].toInt(-1), 0);
 }
 
 // The prompt of the shell stands where it stood.
