@@ -74,6 +74,7 @@ private slots:
     void staysWithTheFileThatWasOpened();
     void changesAreNoticed_data();
     void changesAreNoticed();
+    void everyNanosecondCounts();
     void onlyRegularFiles();
     void standardInputHasALimit();
     void standardInputThatComesLater();
@@ -148,6 +149,21 @@ void PhotoInputTest::changesAreNoticed()
     QCOMPARE(file.write(later), later.size());
     file.close();
     QVERIFY_EXCEPTION_THROWN(input.checkUnchanged(), photo::PhotoError);
+}
+
+void PhotoInputTest::everyNanosecondCounts()
+{
+    QVERIFY(write(path(), "abcdefghij"));
+    const auto setTime = [&](long nanoseconds) {
+        const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, nanoseconds}};
+        return utimensat(AT_FDCWD, name().c_str(), times, 0) == 0;
+    };
+    QVERIFY(setTime(5000));
+    photo::PhotoInput input(name(), 0);
+    QVERIFY(setTime(5001));
+    QVERIFY_EXCEPTION_THROWN(input.checkUnchanged(), photo::PhotoError);
+    QVERIFY(setTime(5000));
+    input.checkUnchanged();
 }
 
 void PhotoInputTest::onlyRegularFiles()

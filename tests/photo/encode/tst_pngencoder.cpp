@@ -349,6 +349,9 @@ void tst_PngEncoder::needOfItsOwn()
     const qint64 need = photo::encoderNeed(photo::SketchFormat::Png, size);
     QCOMPARE(need, photo::PngEncoder::memoryNeed(size));
     QVERIFY(need != photo::encoderNeed(photo::SketchFormat::Jpeg, size));
+    // A JPEG has room for 64 kB of EXIF data in one segment, a PNG for more.
+    QCOMPARE(photo::exifCapacity(photo::SketchFormat::Jpeg), std::size_t(65527));
+    QVERIFY(photo::exifCapacity(photo::SketchFormat::Png) > 65527);
 }
 
 CRAYVELL_TEST_MAIN(tst_PngEncoder)
