@@ -60,6 +60,15 @@ Data cameraNote(const QByteArray &maker, const QList<Entry> &noteEntries)
     return data;
 }
 
+// Where no camera writes it, but readers look.
+Data noteInFirstDirectory(const QByteArray &maker, const QList<Entry> &noteEntries)
+{
+    Data data = {{text(0x010f, maker), bytes(0x927c, QByteArray(5, '\0'))}, {}};
+    const auto begin = directoriesEnd(data) + (maker.size() + 2) / 2 * 2;
+    data.image[1].value = directory(noteEntries, quint32(begin));
+    return data;
+}
+
 // Every byte of it becomes an entry.
 Data byteArray(int valueBytes)
 {
@@ -205,6 +214,9 @@ void tst_BatchExif::warningAsJson_data()
                               << QStringLiteral("its EXIF data are left out: they overlap");
     QTest::newRow("maker's notes lost")
         << jpeg(block(cameraNote("Canon", sharing(250, 50'000))))
+        << QStringLiteral("its maker's notes are left out: they overlap or are too large");
+    QTest::newRow("maker's notes lost, in the first directory")
+        << jpeg(block(noteInFirstDirectory("Canon", sharing(250, 50'000))))
         << QStringLiteral("its maker's notes are left out: they overlap or are too large");
 }
 

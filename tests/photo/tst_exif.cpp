@@ -41,6 +41,14 @@ namespace {
 const QByteArray date = "2021:06:05 04:03:02";
 constexpr std::size_t roomy = 1 << 30;
 
+QByteArray webpWithOddChunk(const QByteArray &block)
+{
+    constexpr qsizetype head = 12 + 18; // of the file, and the extended one
+    QByteArray file = webp(block).insert(head, QByteArray("ODDC\3\0\0\0odd\0", 12));
+    qToLittleEndian(quint32(file.size() - 8), file.data() + 4);
+    return file;
+}
+
 class Folder
 {
 public:
@@ -111,6 +119,7 @@ void tst_Exif::everyCarrier_data()
         << pngWithChunk("tEXt", app1 + other).insert(33, pngChunk("tEXt", app1 + text));
     QTest::newRow("WebP") << webp(plain);
     QTest::newRow("WebP, introduced") << webp(introduction + plain);
+    QTest::newRow("WebP, behind a chunk of an odd length") << webpWithOddChunk(plain);
     QTest::newRow("TIFF") << tiff(little);
     QTest::newRow("TIFF, big-endian") << tiff(big);
     QTest::newRow("TIFF with offsets of 64 bits") << tiff(huge);
