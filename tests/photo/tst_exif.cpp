@@ -105,6 +105,9 @@ void tst_Exif::everyCarrier_data()
     const QByteArray app1("Raw profile type APP1\0", 22);
     const QByteArray other = profileText("http://ns.adobe.com/xap/1.0/");
     QTest::newRow("JPEG") << jpeg(plain);
+    const QByteArray xmp("\xff\xe1\0\x24http://ns.adobe.com/xap/1.0/\0<x/>!", 38);
+    QTest::newRow("JPEG, behind another segment") << jpeg(plain).insert(2, xmp);
+    QTest::newRow("PNG, text in capitals") << pngWithChunk("tEXt", exif + text.toUpper());
     QTest::newRow("JPEG, big-endian") << jpeg(block(big));
     QTest::newRow("PNG") << png(plain);
     QTest::newRow("PNG, introduced") << png(introduction + plain);
