@@ -1,3 +1,4 @@
+#include <QBuffer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -8,6 +9,8 @@
 #include <thread>
 
 #include "photo/exif.h"
+#include "photo/exifpng.h"
+#include "photo/makernote.h"
 #include "photo/photoinput.h"
 #include "tests/support/exiffile.h"
 #include "tests/support/pngfile.h"
@@ -29,6 +32,10 @@ private slots:
     void truncatedTiff();
     void warnings_data();
     void warnings();
+    void blocksHaveALimit();
+    void sharedValuesOfEveryType_data();
+    void sharedValuesOfEveryType();
+    void notePointsWithinItsEntry();
     void makerNotes_data();
     void makerNotes();
     void capacity_data();
@@ -331,6 +338,67 @@ void tst_Exif::manyThreads()
     for (std::thread &thread : threads)
         thread.join();
     QCOMPARE(kept, 200);
+}
+
+void tst_Exif::blocksHaveALimit()
+{
+    QByteArray bytes(200, 'x');
+    QBuffer device(&bytes);
+    QVERIFY(device.open(QIODevice::ReadOnly));
+    QCOMPARE(photo::readBlock(device, 50, 50).size(), std::size_t(50));
+    QVERIFY_EXCEPTION_THROWN(photo::readBlock(device, 51, 50), photo::ExifError);
+    QVERIFY_EXCEPTION_THROWN(photo::readBlock(device, 151, 1000), photo::ExifError);
+}
+
+void tst_Exif::sharedValuesOfEveryType_data()
+{
+    QTest::addColumn<quint16>("type");
+    QTest::addColumn<int>("elementBytes");
+    const std::pair<int, int> types[] = {{1, 1}, {2, 1}, {3, 2}, {4, 4},  {5, 8},  {6, 1},
+                                         {7, 1}, {8, 2}, {9, 4}, {10, 8}, {11, 4}, {12, 8}};
+    for (const auto &[type, elementBytes] : types)
+        QTest::addRow("type %d", type) << quint16(type) << elementBytes;
+}
+
+// A kilobyte in all may be two entries' at once, and no more.
+void tst_Exif::sharedValuesOfEveryType()
+{
+    QFETCH(quint16, type);
+    QFETCH(int, elementBytes);
+    const auto warning = [&](int bytes) {
+        Data data = dated(date);
+        const QByteArray value(bytes, '\1');
+        data.image << Entry {0xc000, type, value} << Entry {0xc001, type, value, true};
+        return exifOf(jpeg(block(data))).warning;
+    };
+    QCOMPARE(elementBytes * (1024 / elementBytes), 1024);
+    QCOMPARE(warning(1024), std::string());
+    QCOMPARE(warning(1024 + elementBytes), std::string("its EXIF data are left out: they overlap"));
+}
+
+// The one value of four bytes is where another directory lies, whose values are one heap.
+void tst_Exif::notePointsWithinItsEntry()
+{
+    const auto little = [](auto number) {
+        QByteArray bytes(sizeof number, '\0');
+        qToLittleEndian(number, bytes.data());
+        return bytes;
+    };
+    constexpr quint32 heapEntries = 200;
+    constexpr quint32 heapAt = 64;
+    QByteArray bytes = little(quint16(1)) + little(quint16(0xc000)) + little(quint16(4))
+        + little(quint32(1)) + little(heapAt);
+    bytes.resize(heapAt, '\0');
+    bytes += little(quint16(heapEntries));
+    for (quint32 i = 0; i < heapEntries; ++i)
+        bytes += little(quint16(0xc000 + i)) + little(quint16(7)) + little(quint32(5000))
+            + little(quint32(4));
+    bytes.resize(10'000, '\0');
+    const std::span block(reinterpret_cast<const unsigned char *>(bytes.constData()), 10'000);
+    QVERIFY(!photo::isCheapMakerNote(block, 0, 60));
+    // Without the way there it is cheap.
+    bytes[10] = '\0';
+    QVERIFY(photo::isCheapMakerNote(block, 0, 60));
 }
 
 CRAYVELL_TEST_MAIN(tst_Exif)

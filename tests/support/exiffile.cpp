@@ -19,14 +19,25 @@ template <typename Number> QByteArray raw(Number value, bool isBigEndian)
 
 int elementBytes(quint16 type)
 {
-    return type == 3 ? 2 : type == 4 ? 4 : type == 5 ? 8 : 1;
+    switch (type) {
+    case 3:
+    case 8: return 2;
+    case 4:
+    case 9:
+    case 11: return 4;
+    case 5:
+    case 10:
+    case 12: return 8;
+    default: return 1;
+    }
 }
 
 // Numbers are given little-endian.
 QByteArray ordered(const Entry &entry, bool isBigEndian)
 {
     QByteArray value = entry.value;
-    const int size = entry.type == 5 ? 4 : elementBytes(entry.type);
+    const bool isRatio = entry.type == 5 || entry.type == 10;
+    const int size = isRatio ? 4 : elementBytes(entry.type);
     for (qsizetype at = 0; isBigEndian && at < value.size(); at += size)
         std::reverse(value.begin() + at, value.begin() + at + size);
     return value;

@@ -9,7 +9,7 @@ namespace exiffile {
 struct Entry
 {
     quint16 tag;
-    quint16 type; // 1 byte, 2 text, 3 short, 4 long, 7 undefined
+    quint16 type; // 1 byte, 2 text, 3 short, 4 long, 5 ratio, 7 undefined, 9 signed long, ...
     QByteArray value; // as it is in the file
     // Lies where the value of the entry before does.
     bool isShared = false;
