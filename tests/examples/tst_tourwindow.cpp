@@ -140,12 +140,12 @@ void TourWindowTest::wireMarksAreHandedOn()
 
 void TourWindowTest::sameSizeForAllIsKept()
 {
-    for (const bool isChosen : {false, true}) // and back to what it was {
+    for (const bool isChosen : {false, true}) { // which is as it was, in the end
         Tour tour;
-    auto *same = tour.findChild<QCheckBox *>();
-    QCOMPARE(same->isChecked(), isChosen);
-    same->click();
-}
+        auto *same = tour.findChild<QCheckBox *>();
+        QCOMPARE(same->isChecked(), isChosen);
+        same->click();
+    }
 }
 
 void TourWindowTest::outlineFollowsWithoutAButton()
