@@ -77,6 +77,8 @@ public:
         }
         if (S_ISREG(m_status.st_mode) && ftruncate(m_descriptor, content.size()) != 0)
             return false;
+        if (!synchronise(m_descriptor))
+            return false;
         // A file system of the network may tell only now that it did not fit.
         return close(std::exchange(m_descriptor, -1)) == 0;
     }
@@ -87,10 +89,20 @@ private:
     bool makeRoom(qint64 bytes)
     {
         if (!S_ISREG(m_status.st_mode) || fallocate(m_descriptor, 0, 0, bytes) == 0
-            || errno == EOPNOTSUPP)
+            || (errno == EOPNOTSUPP && lengthen(bytes)))
             return true;
         giveRoomBack();
         return false;
+    }
+
+    // Where room cannot be reserved it is written to.
+    bool lengthen(qint64 bytes)
+    {
+        const qint64 missing = bytes - m_status.st_size;
+        if (missing <= 0)
+            return true;
+        return lseek(m_descriptor, 0, SEEK_END) >= 0 && write(QByteArray(missing, '\0'))
+            && lseek(m_descriptor, 0, SEEK_SET) == 0;
     }
 
     // What is behind the file's former end. Nothing can be done about a failure here.
@@ -130,6 +142,15 @@ private:
 };
 
 } // namespace
+
+bool synchronise(int descriptor)
+{
+    while (fsync(descriptor) != 0) {
+        if (errno != EINTR)
+            return errno == EINVAL || errno == EROFS || errno == ENOTSUP || errno == ENOSYS;
+    }
+    return true;
+}
 
 bool writeDirectly(const QString &fileName, const QByteArray &content)
 {

@@ -112,9 +112,10 @@ Replacement replaceBySketch(const QImage &sketch, const QString &fileName, const
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
         return Replacement::Impossible;
-    // What is still buffered is flushed here: commit() alone overlooks that it
-    // did not fit.
-    if (!sketch.save(&file, format.constData(), saveQuality) || !file.flush())
+    // What is still buffered is flushed here, and brought to the disk: commit() alone
+    // overlooks that it did not fit.
+    if (!sketch.save(&file, format.constData(), saveQuality) || !file.flush()
+        || !synchronise(file.handle()))
         return Replacement::Failed;
     const UnfinishedSave unfinished(file, fileName);
     try {

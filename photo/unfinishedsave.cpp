@@ -1,14 +1,10 @@
 #include "photo/unfinishedsave.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QSaveFile>
 
-#include <algorithm>
-#include <array>
-#include <climits>
 #include <cstdio>
-#include <string_view>
+#include <cstring>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -16,36 +12,11 @@
 
 namespace photo {
 
-namespace {
-
-// Of an open file, also of one without a name. Negative where nothing tells.
-int folderOf(int descriptor)
-{
-    std::array<char, 32> link;
-    std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", descriptor);
-    std::array<char, PATH_MAX> path;
-    const ssize_t length = readlink(link.data(), path.data(), path.size() - 1);
-    if (length <= 0)
-        return -1;
-    const std::string_view found(path.data(), static_cast<std::size_t>(length));
-    const std::size_t slash = found.rfind('/');
-    if (slash == std::string_view::npos)
-        return -1;
-    path[std::max<std::size_t>(slash, 1)] = '\0';
-    return open(path.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-}
-
-} // namespace
-
 UnfinishedSave::UnfinishedSave(const QSaveFile &file, const QString &fileName)
-    // A symbolic link stands for the file that it leads to.
-    : m_finalName(QFile::encodeName(QFileInfo(QFileInfo(fileName).canonicalFilePath()).fileName()))
+    : m_finalName(QFile::encodeName(fileName))
 {
-    if (m_finalName.isEmpty())
-        m_finalName = QFile::encodeName(QFileInfo(fileName).fileName());
-    m_beginning = m_finalName + '.';
     if (fstat(file.handle(), &m_status) == 0)
-        m_folder = folderOf(file.handle());
+        findFolder(file.handle());
 }
 
 UnfinishedSave::~UnfinishedSave()
@@ -54,29 +25,55 @@ UnfinishedSave::~UnfinishedSave()
         close(m_folder);
 }
 
-bool UnfinishedSave::isTemporary(const char *name) const noexcept
+// Also of a file without a name, which has only been one of its folder's.
+void UnfinishedSave::findFolder(int descriptor)
+{
+    std::array<char, 32> link;
+    std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", descriptor);
+    const ssize_t length = readlink(link.data(), m_path.data(), m_path.size() - 1);
+    char *const slash = length > 0 ? std::strrchr(m_path.data(), '/') : nullptr;
+    if (!slash)
+        return;
+    m_name = slash + 1;
+    *slash = '\0';
+    m_folder = open(slash == m_path.data() ? "/" : m_path.data(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
+
+bool UnfinishedSave::isIt(const struct stat &status) const noexcept
+{
+    return status.st_dev == m_status.st_dev && status.st_ino == m_status.st_ino;
+}
+
+void UnfinishedSave::removeName(const char *name) const noexcept
 {
     struct stat status
     {
     };
-    return std::string_view(name).starts_with(m_beginning.constData())
-        && fstatat(m_folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0
-        && status.st_dev == m_status.st_dev && status.st_ino == m_status.st_ino;
+    if (fstatat(m_folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isIt(status))
+        unlinkat(m_folder, name, 0);
 }
 
-// readdir() would take memory.
 void UnfinishedSave::remove() const noexcept
 {
+    struct stat published
+    {
+    };
+    if (m_folder < 0 || (stat(m_finalName.constData(), &published) == 0 && isIt(published)))
+        return;
+    removeName(m_name);
+    const int listing = openat(m_folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // readdir() would take memory.
     alignas(dirent64) std::array<char, 4096> entries;
     ssize_t bytes = 0;
-    while ((bytes = getdents64(m_folder, entries.data(), entries.size())) > 0) {
+    while ((bytes = getdents64(listing, entries.data(), entries.size())) > 0) {
         for (ssize_t at = 0; at < bytes;) {
             const auto *entry = reinterpret_cast<const dirent64 *>(entries.data() + at);
-            if (isTemporary(entry->d_name))
-                unlinkat(m_folder, entry->d_name, 0);
+            removeName(entry->d_name);
             at += entry->d_reclen;
         }
     }
+    if (listing >= 0)
+        close(listing);
 }
 
 } // namespace photo

@@ -2,6 +2,9 @@
 
 #include <QByteArray>
 
+#include <array>
+#include <climits>
+
 #include <sys/stat.h>
 
 class QSaveFile;
@@ -9,8 +12,7 @@ class QSaveFile;
 namespace photo {
 
 // Finds and removes the temporary file of a QSaveFile whose commit() ran out of memory:
-// that forgets it then (Qt 6.4). Only making one takes memory, as bad_alloc may tell;
-// removing takes none.
+// that forgets it then (Qt 6.4). Making one may take memory; removing takes none.
 class UnfinishedSave
 {
     Q_DISABLE_COPY_MOVE(UnfinishedSave)
@@ -20,18 +22,22 @@ public:
     UnfinishedSave(const QSaveFile &file, const QString &fileName);
     ~UnfinishedSave();
 
-    // Removes every name of the file in its folder but the one that it shall have. Without
-    // /proc nothing is found.
+    // Removes every name that the file has in its folder, unless it has got the one that it
+    // shall have. Without /proc nothing is found; in a folder that cannot be read only the
+    // name that the file had when this was made.
     void remove() const noexcept;
 
 private:
-    bool isTemporary(const char *name) const noexcept;
+    void findFolder(int descriptor);
+    bool isIt(const struct stat &status) const noexcept;
+    void removeName(const char *name) const noexcept;
 
-    QByteArray m_finalName;
-    QByteArray m_beginning; // of every temporary name
+    QByteArray m_finalName; // with its folder
     struct stat m_status
     {
     };
+    std::array<char, PATH_MAX> m_path {}; // of the folder, and behind its end:
+    const char *m_name = ""; // the file's, if it has one
     int m_folder = -1;
 };
 

@@ -9,7 +9,7 @@
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
 //                     call when the program ends
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
-//                     which the file system then does not know, at any time
+//                     fallocate, which the file system then does not know, at any time
 //   NTH_CALL_SERVER   if set, the program runs once for each request on standard input,
 //                     which brings the other variables, see forkserver.h
 //   NTH_CALL_MARKED   if set, calls count from startCountingCalls() to stopCountingCalls(), else
@@ -310,6 +310,10 @@ int unlinkat(int folder, const char *path, int flags) noexcept
 
 int fallocate(int descriptor, int mode, off_t offset, off_t bytes)
 {
+    if (isRefused("fallocate")) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
     return fails(Fallocate)
         ? -1
         : static_cast<int>(syscall(SYS_fallocate, descriptor, mode, offset, bytes));
