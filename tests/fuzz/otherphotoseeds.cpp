@@ -108,13 +108,14 @@ QByteArray tiffOf(int compression, TiffLayout layout, quint32 samples, const QBy
     return exiffile::block(data).replace(begin, data.gap, part.repeated(isTiled ? 2 : 1));
 }
 
-// Runs of 54 bytes and of 54 literal ones.
-QByteArray packedRuns(int bytes)
+// Of each row the one half is a run, the other as it is.
+QByteArray packedRuns(int rowBytes, int rows)
 {
     QByteArray packed;
-    for (int done = 0; done < bytes; done += 108) {
-        packed += QByteArray(1, char(-53)) + char(done);
-        packed += '\x35' + pngRow(18, 3).mid(1);
+    const int half = rowBytes / 2;
+    for (int row = 0; row < rows; ++row) {
+        packed += QByteArray(1, char(1 - half)) + char(row);
+        packed += char(half - 1) + pngRow(half / 3, 3).mid(1);
     }
     return packed;
 }
@@ -124,7 +125,7 @@ Seeds tiffs()
     const QByteArray strip = pngRow(width * height, 3).mid(1);
     Seeds seeds {
         {"deflated.tiff", tiffOf(8, TiffLayout::Strip, 3, exiffile::packed(strip))},
-        {"runs.tiff", tiffOf(32773, TiffLayout::Strip, 3, packedRuns(int(strip.size())))},
+        {"runs.tiff", tiffOf(32773, TiffLayout::Strip, 3, packedRuns(3 * width, height))},
         {"shared.tiff", hostilephotos::tiffWithSharedValues(2, true, 300)},
     };
     for (const bool isBigEndian : {false, true}) {
@@ -190,6 +191,7 @@ Seeds refusedPhotos()
     const QByteArray colours = pngRow(16 * 32, 3).mid(1);
     return {{"header52.bmp", bmpOf(52)},
             {"header56.bmp", bmpOf(56)},
+            {"scans.jpeg", hostilephotos::jpegWithScans(2, QSize(16, 16))},
             {"colourtiles.tiff", tiffOf(1, TiffLayout::Tiles, 3, colours)},
             {"tiles.tiff", tiffOf(1, TiffLayout::Tiles, 1, greys)},
             {"deflatedtiles.tiff", tiffOf(8, TiffLayout::Tiles, 1, exiffile::packed(greys))}};

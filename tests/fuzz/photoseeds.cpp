@@ -34,7 +34,6 @@ Seeds writtenPhotos()
 {
     Seeds seeds {{"progressive.jpeg", testphotos::progressiveJpeg(scene())},
                  {"segments.jpeg", hostilephotos::jpegWithSegments(3, 3)},
-                 {"scans.jpeg", hostilephotos::jpegWithScans(2, QSize(16, 16))},
                  {"lossless.webp", testphotos::encoded(scene(), "webp", {}, 100)},
                  {"lzw.tiff", tiffOfLzw()}};
     const struct
