@@ -1,4 +1,3 @@
-#include <QBuffer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -9,8 +8,6 @@
 #include <thread>
 
 #include "photo/exif.h"
-#include "photo/exifpng.h"
-#include "photo/makernote.h"
 #include "photo/photoinput.h"
 #include "tests/support/exiffile.h"
 #include "tests/support/pngfile.h"
@@ -32,10 +29,8 @@ private slots:
     void truncatedTiff();
     void warnings_data();
     void warnings();
-    void blocksHaveALimit();
     void sharedValuesOfEveryType_data();
     void sharedValuesOfEveryType();
-    void notePointsWithinItsEntry();
     void makerNotes_data();
     void makerNotes();
     void capacity_data();
@@ -340,16 +335,6 @@ void tst_Exif::manyThreads()
     QCOMPARE(kept, 200);
 }
 
-void tst_Exif::blocksHaveALimit()
-{
-    QByteArray bytes(200, 'x');
-    QBuffer device(&bytes);
-    QVERIFY(device.open(QIODevice::ReadOnly));
-    QCOMPARE(photo::readBlock(device, 50, 50).size(), std::size_t(50));
-    QVERIFY_EXCEPTION_THROWN(photo::readBlock(device, 51, 50), photo::ExifError);
-    QVERIFY_EXCEPTION_THROWN(photo::readBlock(device, 151, 1000), photo::ExifError);
-}
-
 void tst_Exif::sharedValuesOfEveryType_data()
 {
     QTest::addColumn<quint16>("type");
@@ -374,31 +359,6 @@ void tst_Exif::sharedValuesOfEveryType()
     QCOMPARE(elementBytes * (1024 / elementBytes), 1024);
     QCOMPARE(warning(1024), std::string());
     QCOMPARE(warning(1024 + elementBytes), std::string("its EXIF data are left out: they overlap"));
-}
-
-// The one value of four bytes is where another directory lies, whose values are one heap.
-void tst_Exif::notePointsWithinItsEntry()
-{
-    const auto little = [](auto number) {
-        QByteArray bytes(sizeof number, '\0');
-        qToLittleEndian(number, bytes.data());
-        return bytes;
-    };
-    constexpr quint32 heapEntries = 200;
-    constexpr quint32 heapAt = 64;
-    QByteArray bytes = little(quint16(1)) + little(quint16(0xc000)) + little(quint16(4))
-        + little(quint32(1)) + little(heapAt);
-    bytes.resize(heapAt, '\0');
-    bytes += little(quint16(heapEntries));
-    for (quint32 i = 0; i < heapEntries; ++i)
-        bytes += little(quint16(0xc000 + i)) + little(quint16(7)) + little(quint32(5000))
-            + little(quint32(4));
-    bytes.resize(10'000, '\0');
-    const std::span block(reinterpret_cast<const unsigned char *>(bytes.constData()), 10'000);
-    QVERIFY(!photo::isCheapMakerNote(block, 0, 60));
-    // Without the way there it is cheap.
-    bytes[10] = '\0';
-    QVERIFY(photo::isCheapMakerNote(block, 0, 60));
 }
 
 CRAYVELL_TEST_MAIN(tst_Exif)
