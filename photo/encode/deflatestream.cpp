@@ -1,6 +1,7 @@
 #include "photo/encode/deflatestream.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 #include "photo/photoerror.h"
@@ -44,6 +45,23 @@ void check(bool isDone)
         throw PhotoError("cannot be encoded: compressing it failed");
 }
 
+// Prepares a state for the bytes behind the given one. Where nothing has come before, the
+// library's first steps look up a string by a register that nobody has set: it holds the
+// state's address, and by that a stream would be some bytes longer or shorter.
+void beginBehind(unsigned char first, isal_zstream &stream, Packing packing,
+                 std::vector<std::uint8_t> &tokens)
+{
+    isal_deflate_init(&stream);
+    choose(stream, packing, tokens);
+    check(isal_deflate_set_dict(&stream, &first, 1) == COMP_OK);
+}
+
+// A block of one byte, not compressed and not the last.
+std::array<unsigned char, 6> storedBlock(unsigned char byte)
+{
+    return {0, 1, 0, 0xfe, 0xff, byte};
+}
+
 // More than bytes that do not compress become.
 constexpr std::size_t packedBound(std::size_t bytes)
 {
@@ -85,21 +103,22 @@ DeflateStream::DeflateStream(ByteSink &sink)
 
 void DeflateStream::start(Packing packing)
 {
+    m_packing = packing;
+    m_segmentBytes = 0;
     if (packing == Packing::Patient) {
         m_patient.begin();
     } else {
         isal_deflate_init(m_stream.get());
-        choose(*m_stream, packing, m_tokens);
+        choose(*m_stream, packing, m_tokens); // should nothing follow
     }
-    m_packing = packing;
-    m_segmentBytes = 0;
 }
 
 void DeflateStream::add(const unsigned char *bytes, std::size_t count, Packing packing)
 {
     m_checksum = isal_adler32(m_checksum, bytes, count);
     if (m_packing != packing) {
-        compress(nullptr, 0, Ending::Segment);
+        if (m_segmentBytes > 0)
+            compress(nullptr, 0, Ending::Segment);
         start(packing);
     }
     while (count > 0) {
@@ -116,8 +135,24 @@ void DeflateStream::put(const unsigned char *bytes, std::size_t count)
         compress(nullptr, 0, Ending::Segment);
         start(m_packing);
     }
+    const bool isFirst = m_segmentBytes == 0 && m_packing != Packing::Patient;
+    if (isFirst)
+        storeFirst(*bytes);
     m_segmentBytes += count;
-    compress(bytes, count, Ending::None);
+    compress(bytes + isFirst, count - isFirst, Ending::None);
+}
+
+void DeflateStream::storeFirst(unsigned char byte)
+{
+    for (const unsigned char part : storedBlock(byte))
+        append(part);
+    beginBehind(byte, *m_stream, m_packing, m_tokens);
+}
+
+void DeflateStream::append(unsigned char byte)
+{
+    m_piece[m_filled++] = byte;
+    passFullPiece();
 }
 
 void DeflateStream::compress(const unsigned char *bytes, std::size_t count, Ending ending)
@@ -171,10 +206,8 @@ void DeflateStream::passFullPiece()
 void DeflateStream::finish()
 {
     compress(nullptr, 0, Ending::Stream);
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        m_piece[m_filled++] = static_cast<unsigned char>(m_checksum >> shift);
-        passFullPiece();
-    }
+    for (int shift = 24; shift >= 0; shift -= 8)
+        append(static_cast<unsigned char>(m_checksum >> shift));
     if (m_filled > 0)
         m_sink.write(m_piece.data(), m_filled);
 }
@@ -195,15 +228,15 @@ std::size_t PackingEstimate::packedBytes(const std::vector<unsigned char> &sampl
 std::size_t PackingEstimate::quicklyPackedBytes(const std::vector<unsigned char> &sample,
                                                 Packing packing)
 {
-    isal_deflate_stateless_init(m_stream.get());
-    choose(*m_stream, packing, m_tokens);
+    beginBehind(sample.front(), *m_stream, packing, m_tokens);
     m_stream->end_of_stream = 1;
-    m_stream->next_in = input(sample.data());
-    m_stream->avail_in = static_cast<std::uint32_t>(sample.size());
+    m_stream->next_in = input(sample.data() + 1);
+    m_stream->avail_in = static_cast<std::uint32_t>(sample.size() - 1);
     m_stream->next_out = m_packed.data();
     m_stream->avail_out = static_cast<std::uint32_t>(m_packed.size());
-    check(isal_deflate_stateless(m_stream.get()) == COMP_OK);
-    return m_packed.size() - m_stream->avail_out;
+    check(isal_deflate(m_stream.get()) == COMP_OK
+          && m_stream->internal_state.state == ZSTATE_END);
+    return storedBlock(sample.front()).size() + m_packed.size() - m_stream->avail_out;
 }
 
 std::size_t PackingEstimate::patientlyPackedBytes(const std::vector<unsigned char> &sample)

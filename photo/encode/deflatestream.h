@@ -59,6 +59,8 @@ private:
 
     void start(Packing packing);
     void put(const unsigned char *bytes, std::size_t count);
+    void storeFirst(unsigned char byte);
+    void append(unsigned char byte);
     void compress(const unsigned char *bytes, std::size_t count, Ending ending);
     bool compressQuickly(Ending ending);
     bool compressPatiently(Ending ending);
@@ -81,6 +83,7 @@ class PackingEstimate
 public:
     PackingEstimate();
 
+    // Of at least one byte.
     std::size_t packedBytes(const std::vector<unsigned char> &sample, Packing packing);
 
 private:

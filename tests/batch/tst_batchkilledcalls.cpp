@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 
 #include "tests/batch/batchprocess.h"
@@ -22,6 +23,15 @@ Files filesIn(const BatchProcess &batch)
     for (const QString &name : batch.files())
         files[name] = batch.contents(name);
     return files;
+}
+
+// What tells how one that should be the other came to differ.
+QByteArray differenceOf(const QByteArray &found, const QByteArray &wanted)
+{
+    const auto same = std::ranges::mismatch(found, wanted).in1 - found.begin();
+    return QByteArray::number(found.size()) + " bytes instead of "
+        + QByteArray::number(wanted.size()) + ", other from the " + QByteArray::number(same)
+        + "th on: " + found.mid(same, 400).toHex();
 }
 
 bool isHidden(const QString &name)
@@ -113,7 +123,7 @@ QByteArray tst_BatchKilledCalls::faultOf(const Files &files, const Files &before
         const bool isNew = m_good.contains(name) && m_good[name] == file.value();
         const bool isClaim = isClaimed && m_good.contains(name) && file.value().isEmpty();
         if (!isOld && !isNew && !isClaim && !isHidden(name))
-            return "half of " + name.toUtf8();
+            return "half of " + name.toUtf8() + ": " + differenceOf(file.value(), m_good[name]);
     }
     return {};
 }

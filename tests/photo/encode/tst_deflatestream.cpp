@@ -67,6 +67,8 @@ private slots:
     void fillsAPieceExactly();
     void patienceFindsMore();
     void estimatesWhatComesOut();
+    void estimatesAnyNumber();
+    void isTheSameWhereverItLies();
     void memoryIsGivenBack();
 };
 
@@ -164,6 +166,58 @@ void tst_DeflateStream::estimatesWhatComesOut()
                 double(estimate.packedBytes(bytes, packing)) / double(sink.packed.size());
             QVERIFY2(share > 0.95 && share < 1.05, qPrintable(QString::number(share)));
         }
+    }
+}
+
+// Less and more than the library keeps by itself, or looks ahead.
+void tst_DeflateStream::estimatesAnyNumber()
+{
+    photo::PackingEstimate estimate;
+    for (const std::size_t around : {21, 290, 32768, 65536, 66000, 98304, 131072, 600'000}) {
+        for (std::size_t count = around - 19; count < around + 20; ++count) {
+            for (const auto &bytes : {noise(count), drawing(count, 40)}) {
+                for (const Packing packing : {Packing::Matches, Packing::Runs}) {
+                    Collector sink;
+                    photo::DeflateStream stream(sink);
+                    stream.add(bytes.data(), bytes.size(), packing);
+                    stream.finish();
+                    QVERIFY(unpacked(sink.packed, bytes.size()) == bytes);
+                    constexpr std::size_t headerAndChecksum = 6;
+                    const auto whole = sink.packed.size() - headerAndChecksum;
+                    const auto estimated = estimate.packedBytes(bytes, packing);
+                    QVERIFY2(estimated < whole + whole / 50 + 8
+                                 && whole < estimated + estimated / 50 + 8,
+                             qPrintable(QStringLiteral("%1: %2, %3")
+                                            .arg(count).arg(whole).arg(estimated)));
+                }
+            }
+        }
+    }
+}
+
+// The library's state at many addresses, with bytes in which everything comes again.
+void tst_DeflateStream::isTheSameWhereverItLies()
+{
+    for (const std::size_t count : {272, 70'000}) {
+        const auto bytes = drawing(count, 40);
+        std::vector<std::unique_ptr<unsigned char[]>> between;
+        QSet<QByteArray> streams;
+        QSet<std::size_t> estimates;
+        for (int i = 0; i < (count < 1000 ? 3000 : 600); ++i) {
+            for (const Packing packing : {Packing::Matches, Packing::Runs}) {
+                Collector sink;
+                photo::DeflateStream stream(sink);
+                stream.add(bytes.data(), bytes.size(), packing);
+                stream.finish();
+                streams << QByteArray(reinterpret_cast<const char *>(sink.packed.data()),
+                                      static_cast<qsizetype>(sink.packed.size()));
+                estimates << photo::PackingEstimate().packedBytes(bytes, packing);
+            }
+            // Takes the place that the state had; the next one lies behind it.
+            between.emplace_back(new unsigned char[sizeof(isal_zstream)]);
+        }
+        QCOMPARE(streams.size(), 2);
+        QCOMPARE(estimates.size(), 2);
     }
 }
 
