@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -163,6 +164,7 @@ void BatchRun::work()
 // Never throws: there may be nobody to catch it.
 void BatchRun::workOn(std::size_t index, MemoryGate &memory, IdleThreads &threads) noexcept
 {
+    errno = 0; // what it says at a crash is to be this photo's
     try {
         const PlannedPhoto photo = m_plan.photo(index);
         const bool isDue = photo.step == PlannedPhoto::Step::Sketch;

@@ -39,7 +39,7 @@ private slots:
 
 private:
     static bool tellsReason(const nthcall::Fault &fault, const QByteArray &errors);
-    QByteArray faultIn(const BatchProcess &batch, const Outcome &outcome, bool isMemory) const;
+    QByteArray faultIn(const BatchProcess &batch, const Outcome &outcome) const;
     QByteArray faultOfFiles(const Files &files, const Files &good, bool mustBeDone) const;
     void putBack(BatchProcess &batch) const;
 
@@ -145,18 +145,10 @@ QByteArray tst_BatchNthCall::faultOfFiles(const Files &files, const Files &good,
     return mustBeDone && !std::all_of(names.begin(), names.end(), isDone) ? "said nothing" : "";
 }
 
-QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch, const Outcome &outcome,
-                                     bool isMemory) const
+QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch, const Outcome &outcome) const
 {
-    if (outcome.exitCode < 0) {
-        // Qt 6.4 does not survive that memory runs out while it loads a reader of its
-        // own; the files are right even so.
-        const QByteArray row = QTest::currentDataTag();
-        const bool isReaders = row.startsWith("from ") && row != "from png";
-        return isMemory && isReaders && outcome.signal == SIGSEGV
-            ? faultOfFiles(filesIn(batch), m_good, false)
-            : "ended by signal " + QByteArray::number(outcome.signal);
-    }
+    if (outcome.exitCode < 0)
+        return "ended by signal " + QByteArray::number(outcome.signal);
     const bool isDone = outcome.exitCode == 0;
     const Files files = filesIn(batch);
     // EXIF data are no reason to fail, and a line tells that they are lost.
@@ -228,7 +220,7 @@ void tst_BatchNthCall::everyCall()
             const QString setting = nthcall::setting(fault, n);
             const Outcome outcome = server.run({setting});
             ++m_runs;
-            QByteArray wrong = faultIn(batch, outcome, qstrcmp(fault.kind, "malloc") == 0);
+            QByteArray wrong = faultIn(batch, outcome);
             if (wrong.isEmpty() && outcome.exitCode == 1 && !tellsReason(fault, outcome.errors))
                 wrong = "another reason";
             if (!wrong.isEmpty())

@@ -4,8 +4,8 @@
 //
 //   NTH_CALL          kind, number and error: "write 3 ENOSPC"; "write 3 short" takes
 //                     half of the bytes; "write 3 killed" ends the program by SIGKILL
-//                     before the call; with a plus behind the number, "malloc 7+
-//                     ENOMEM", all that follow fail too
+//                     before the call, "write 3 crashed" by SIGSEGV; with a plus behind
+//                     the number, "malloc 7+ ENOMEM", all that follow fail too
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
 //                     call when the program ends
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
@@ -23,6 +23,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -66,9 +67,10 @@ struct Error
 };
 constexpr int shortWrite = -1;
 constexpr int killed = -2;
+constexpr int crashed = -3;
 constexpr Error errors[] = {{"ENOSPC", ENOSPC},    {"EIO", EIO},       {"EINTR", EINTR},
                             {"EMFILE", EMFILE},    {"ENOMEM", ENOMEM}, {"EOPNOTSUPP", EOPNOTSUPP},
-                            {"short", shortWrite}, {"killed", killed}};
+                            {"short", shortWrite}, {"killed", killed}, {"crashed", crashed}};
 
 struct Setting
 {
@@ -122,6 +124,8 @@ int errorOf(Kind kind)
         && (number == setting.number || (setting.persists && number > setting.number));
     if (isDue && setting.error == killed)
         syscall(SYS_kill, getpid(), SIGKILL);
+    if (isDue && setting.error == crashed)
+        *static_cast<volatile int *>(nullptr) = 0;
     return isDue ? setting.error : 0;
 }
 
@@ -186,6 +190,12 @@ void *map(void *address, std::size_t bytes, int protection, int flags, int file,
         syscall(SYS_mmap, address, bytes, protection, flags, file, offset));
 }
 
+// The system's own function of a name.
+template <typename Function> Function *next(const char *name)
+{
+    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
 using Main = int(int, char **, char **);
 Main *programsMain = nullptr;
 
@@ -207,8 +217,8 @@ int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (
 {
     using Call = int(Main *, int, char **, void (*)(), void (*)(), void (*)(), void *);
     programsMain = start;
-    return reinterpret_cast<Call *>(dlsym(RTLD_NEXT, "__libc_start_main"))(
-        countingMain, argc, argv, init, fini, loaderFini, stackEnd);
+    return next<Call>("__libc_start_main")(countingMain, argc, argv, init, fini, loaderFini,
+                                           stackEnd);
 }
 
 void startCountingCalls()
@@ -245,6 +255,22 @@ REPLACE_OPEN(open)
 REPLACE_OPEN(open64)
 REPLACE_OPENAT(openat)
 REPLACE_OPENAT(openat64)
+
+// These open within the system's own library.
+DIR *opendir(const char *path)
+{
+    return fails(Open) ? nullptr : next<decltype(opendir)>("opendir")(path);
+}
+
+FILE *fopen(const char *path, const char *mode)
+{
+    return fails(Open) ? nullptr : next<decltype(fopen)>("fopen")(path, mode);
+}
+
+FILE *fopen64(const char *path, const char *mode)
+{
+    return fopen(path, mode);
+}
 
 ssize_t write(int descriptor, const void *bytes, std::size_t count)
 {

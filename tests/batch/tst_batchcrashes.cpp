@@ -1,0 +1,73 @@
+#include <csignal>
+
+#include "tests/batch/failingcalls.h"
+#include "tests/support/process.h"
+#include "tests/support/testmain.h"
+#include "tests/support/testphotos.h"
+
+// What ends the program in the midst of its work. That memory runs out within a library is
+// tried by tst_batchnthcall.
+class tst_BatchCrashes : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void crashesStayCrashes();
+    void sentSignalsEnd_data();
+    void sentSignalsEnd();
+    void tooFewFilesForTheToolkit();
+};
+
+void tst_BatchCrashes::initTestCase()
+{
+    if (process::isSanitized())
+        QSKIP("the address sanitizer wants to be loaded first");
+}
+
+// Nobody is to be told that memory is missing, and a debugger is to find it.
+void tst_BatchCrashes::crashesStayCrashes()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg(16, 16));
+    const auto outcome =
+        batch.run({"a.jpg"}, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL=write 1 crashed");
+    QCOMPARE(outcome.signal, SIGSEGV);
+    QCOMPARE(outcome.errors, QByteArray());
+}
+
+void tst_BatchCrashes::sentSignalsEnd_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGSEGV") << SIGSEGV;
+    QTest::newRow("SIGBUS") << SIGBUS;
+    QTest::newRow("SIGABRT, as a watchdog's") << SIGABRT;
+}
+
+void tst_BatchCrashes::sentSignalsEnd()
+{
+    QFETCH(int, signal);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg(16, 16));
+    const auto outcome =
+        batch.run({"--fsync", "a.jpg"}, {},
+                  runningAt("fsync", QStringLiteral("kill -%1 $PPID; sleep 20").arg(signal)));
+    QCOMPARE(outcome.signal, signal);
+    QCOMPARE(outcome.errors, QByteArray());
+}
+
+void tst_BatchCrashes::tooFewFilesForTheToolkit()
+{
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg(16, 16));
+    const auto outcome = batch.shell("ulimit -n 4; exec \"$batch\" a.jpg");
+    COMPARE_EXIT(outcome, 1);
+    // The reason is the toolkit's own line, which comes before.
+    QVERIFY2(outcome.errors.contains("Too many open files")
+                 && outcome.errors.contains("\ncrayvell-batch: "),
+             outcome.errors.constData());
+    QCOMPARE(batch.files(), QStringList {"a.jpg"});
+}
+
+CRAYVELL_TEST_MAIN(tst_BatchCrashes)
+#include "tst_batchcrashes.moc"
