@@ -1,6 +1,7 @@
 #include "photo/unfinishedsave.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <cstdio>
@@ -12,11 +13,25 @@
 
 namespace photo {
 
+namespace {
+
+// Where the toolkit makes a new file that is to get the name, or what a link of it leads to.
+QByteArray folderOf(const QString &fileName)
+{
+    const QFileInfo file(fileName);
+    return QFile::encodeName(file.exists() ? file.canonicalPath() : file.absolutePath());
+}
+
+} // namespace
+
 UnfinishedSave::UnfinishedSave(const QSaveFile &file, const QString &fileName)
     : m_finalName(QFile::encodeName(fileName))
 {
-    if (fstat(file.handle(), &m_status) == 0)
-        findFolder(file.handle());
+    if (fstat(file.handle(), &m_status) != 0)
+        return;
+    findFolder(file.handle());
+    if (m_folder < 0)
+        openFolder(folderOf(fileName).constData());
 }
 
 UnfinishedSave::~UnfinishedSave()
@@ -36,7 +51,12 @@ void UnfinishedSave::findFolder(int descriptor)
         return;
     m_name = slash + 1;
     *slash = '\0';
-    m_folder = open(slash == m_path.data() ? "/" : m_path.data(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    openFolder(slash == m_path.data() ? "/" : m_path.data());
+}
+
+void UnfinishedSave::openFolder(const char *folder)
+{
+    m_folder = open(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
 }
 
 bool UnfinishedSave::isIt(const struct stat &status) const noexcept

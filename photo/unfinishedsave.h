@@ -23,12 +23,13 @@ public:
     ~UnfinishedSave();
 
     // Removes every name that the file has in its folder, unless it has got the one that it
-    // shall have. Without /proc nothing is found; in a folder that cannot be read only the
-    // name that the file had when this was made.
+    // shall have. In a folder that cannot be read only the name that the file had when this
+    // was made, which /proc tells.
     void remove() const noexcept;
 
 private:
     void findFolder(int descriptor);
+    void openFolder(const char *folder);
     bool isIt(const struct stat &status) const noexcept;
     void removeName(const char *name) const noexcept;
 

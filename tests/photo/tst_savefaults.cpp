@@ -84,6 +84,8 @@ void SaveFaultsTest::everyCall_data()
             << 16;
         QTest::addRow("%s, a name that looks like a pattern", format)
             << QStringLiteral("XXXXXX.") + format << QByteArray("mine") << "unnamed" << 16;
+        QTest::addRow("%s, replacing, nothing in /proc", format)
+            << QStringLiteral("sketch.") + format << QByteArray("mine") << "unnamed proc" << 16;
         QTest::addRow("%s, several writes", format)
             << QStringLiteral("sketch.") + format << QByteArray("mine") << "unnamed" << 160;
     }

@@ -9,7 +9,8 @@
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
 //                     call when the program ends
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
-//                     fallocate, which the file system then does not know, at any time
+//                     fallocate, which the file system then does not know, at any time, and
+//                     proc, for links there, which then lead nowhere
 //   NTH_CALL_SERVER   if set, the program runs once for each request on standard input,
 //                     which brings the other variables, see forkserver.h
 //   NTH_CALL_MARKED   if set, calls count from startCountingCalls() to stopCountingCalls(), else
@@ -301,6 +302,15 @@ int link(const char *from, const char *to)
 int linkat(int fromFolder, const char *from, int toFolder, const char *to, int flags)
 {
     return linkFile(fromFolder, from, toFolder, to, flags);
+}
+
+ssize_t readlink(const char *path, char *target, std::size_t bytes) noexcept
+{
+    if (std::strncmp(path, "/proc/", 6) == 0 && isRefused("proc")) {
+        errno = ENOENT;
+        return -1;
+    }
+    return syscall(SYS_readlink, path, target, bytes);
 }
 
 int rename(const char *from, const char *to)
