@@ -56,17 +56,24 @@ void tst_BatchCrashes::sentSignalsEnd()
     QCOMPARE(outcome.errors, QByteArray());
 }
 
+// How many it takes depends on what is open already.
 void tst_BatchCrashes::tooFewFilesForTheToolkit()
 {
     BatchProcess batch;
     batch.write("a.jpg", testphotos::jpeg(16, 16));
-    const auto outcome = batch.shell("ulimit -n 4; exec \"$batch\" a.jpg");
-    COMPARE_EXIT(outcome, 1);
-    // The reason is the toolkit's own line, which comes before.
-    QVERIFY2(outcome.errors.contains("Too many open files")
-                 && outcome.errors.contains("\ncrayvell-batch: "),
-             outcome.errors.constData());
-    QCOMPARE(batch.files(), QStringList {"a.jpg"});
+    int ended = 0;
+    BatchProcess::Outcome outcome;
+    for (int files = 4; files < 100 && outcome.exitCode != 0; ++files) {
+        outcome = batch.shell(QStringLiteral("ulimit -n %1; exec \"$batch\" a.jpg").arg(files));
+        if (outcome.errors.contains("error while loading shared libraries"))
+            continue;
+        QVERIFY2(outcome.exitCode == 0 || outcome.exitCode == 1, outcome.errors.constData());
+        QVERIFY(outcome.exitCode == 0 || outcome.errors.contains("Too many open files"));
+        // The toolkit's reason is a line of its own before that one.
+        ended += outcome.errors.contains("\ncrayvell-batch: ");
+    }
+    QCOMPARE(outcome.exitCode, 0);
+    QVERIFY(ended > 0);
 }
 
 CRAYVELL_TEST_MAIN(tst_BatchCrashes)
