@@ -20,20 +20,42 @@ done
 "$@" &
 program=$!
 
-# window NAME: the id of the window of that title, as soon as there is one.
+# window NAME: the id of the window of that title, as soon as there is one. A search fails
+# where another window goes while it looks.
 window() {
-    timeout 300 xdotool search --sync --onlyvisible --name "$1" | tail -n 1
+    local found tries
+    for ((tries = 0; tries < 600; ++tries)); do
+        found=$(timeout 60 xdotool search --onlyvisible --name "$1" 2>/dev/null | tail -n 1) || true
+        if [[ -n $found ]]; then
+            printf '%s\n' "$found"
+            return
+        fi
+        sleep 0.5
+    done
+    printf 'no window %s\n' "$1" >&2
+    return 1
+}
+
+# activate WINDOW: gives it the keys; a request may be lost among those of others.
+activate() {
+    local tries
+    for ((tries = 0; tries < 10; ++tries)); do
+        ! timeout 30 xdotool windowactivate --sync "$1" 2>/dev/null || return 0
+    done
+    printf 'window %s does not become the active one\n' "$1" >&2
+    return 1
 }
 
 # choose DIALOG FILE: types the name into a dialog.
 choose() {
-    xdotool windowactivate --sync "$(window "$1")"
+    activate "$(window "$1")"
     xdotool type --delay 100 "$2"
     xdotool key Return
 }
 
 main=$(window '^Crayvell')
-xdotool windowactivate --sync "$main" key ctrl+o
+activate "$main"
+xdotool key ctrl+o
 choose '^Open Image' "$photo"
 window "^Crayvell - $(basename "$photo")" >/dev/null
 eval "$(xdotool getwindowgeometry --shell "$main")"
@@ -41,11 +63,13 @@ eval "$(xdotool getwindowgeometry --shell "$main")"
 for y in 20 45; do
     xdotool mousemove $((X + WIDTH / 2)) $((Y + HEIGHT - y)) click --repeat 3 --delay 300 5
 done
-xdotool windowactivate --sync "$main" key ctrl+s
+activate "$main"
+xdotool key ctrl+s
 choose '^Save Image' "$target"
 for ((tries = 0; tries < 300; ++tries)); do
     [[ ! -s $target ]] || break
     sleep 0.2
 done
-xdotool windowactivate --sync "$main" key ctrl+q
+activate "$main"
+xdotool key ctrl+q
 wait $program
