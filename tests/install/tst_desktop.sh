@@ -60,6 +60,9 @@ if [[ -x $build/batch/crayvell-batch ]]; then
     [[ $(of NoDisplay $batch) == true ]] || fail "it is shown in menus"
     [[ $(of Exec $batch) == "crayvell-batch --skip-existing --notify %F" ]] ||
         fail "another command: $(of Exec $batch)"
+    for type in jpeg png tiff webp bmp gif x-portable-{pixmap,graymap,anymap}; do
+        [[ $(of MimeType $batch) =~ (^|;)"image/$type;" ]] || fail "not offered for image/$type"
+    done
     cp "$source_folder/examples/beach/beach.jpg" "$scratch/un été.jpg"
     read -ra command < <(of Exec $batch)
     "$prefix/bin/${command[0]}" "${command[@]:1:${#command[@]}-2}" "$scratch/un été.jpg" ||
@@ -75,6 +78,8 @@ fi
 
 metainfo=$share/metainfo/$id.metainfo.xml
 appstreamcli validate --no-net "$metainfo" >"$scratch/told" || fail "$(<"$scratch/told")"
+launched=$(sed -n 's,.*<launchable type="desktop-id">\(.*\)</launchable>.*,\1,p' "$metainfo")
+[[ $launched == "$id.desktop" ]] || fail "software centres start $launched"
 version=$(sed -n 's/^project(Crayvell VERSION \([0-9.]*\).*/\1/p' "$source_folder/CMakeLists.txt")
 grep -m 1 '<release ' "$metainfo" | grep -q "version=\"$version\" date=\"20" ||
     fail "the newest release is not $version"
