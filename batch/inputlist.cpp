@@ -8,7 +8,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string_view>
 #include <sys/stat.h>
@@ -28,13 +27,18 @@ namespace fs = std::filesystem;
 // The plan's share for each photo, while it is made.
 constexpr qint64 planBytes = 32;
 
-photo::ContentKind kindOfFile(const std::string &path)
+// 0, or the system's error. The beginning is what there is of that many bytes.
+int readBeginning(const std::string &path, QByteArray &beginning)
 {
-    std::ifstream file(path, std::ios::binary);
-    QByteArray beginning(photo::contentProbe, '\0');
-    file.read(beginning.data(), beginning.size());
-    beginning.resize(file.gcount());
-    return photo::contentKind(beginning, path);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (file < 0)
+        return errno;
+    ssize_t count = 0;
+    while ((count = read(file, beginning.data(), beginning.size())) < 0 && errno == EINTR) { }
+    const int error = count < 0 ? errno : 0;
+    close(file);
+    beginning.resize(std::max<ssize_t>(count, 0));
+    return error;
 }
 
 bool isHidden(std::string_view name)
@@ -154,7 +158,7 @@ private:
         struct stat status
         {
         };
-        const int error = stat(path.c_str(), &status) == 0 ? 0 : errno;
+        int error = stat(path.c_str(), &status) == 0 ? 0 : errno;
         if (error == 0 && S_ISDIR(status.st_mode)) {
             if (m_options.recursive && !isLink(path) && !isOutputFolder(status))
                 scan(path, place);
@@ -175,15 +179,22 @@ private:
         return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
     }
 
-    // By content; a file with a picture's suffix counts as well, so that a
-    // damaged or unreadable photo, or a link that leads nowhere, is a failure and
-    // not overlooked.
-    static bool isPhoto(const std::string &path, int error, const struct stat &status)
+    // By content; a file with a picture's suffix counts as well, so that a damaged photo, or a
+    // link that leads nowhere, is a failure and not overlooked, and so does whatever cannot be
+    // looked at. Sets the error that it meets.
+    static bool isPhoto(const std::string &path, int &error, const struct stat &status)
     {
         if (error == 0 && !S_ISREG(status.st_mode))
             return false;
-        return photo::hasPictureSuffix(path)
-            || (error == 0 && kindOfFile(path).format != photo::PhotoFormat::Unknown);
+        if (photo::hasPictureSuffix(path))
+            return true;
+        QByteArray beginning(photo::contentProbe, '\0');
+        if (error == 0)
+            error = readBeginning(path, beginning);
+        const bool isNowhere = error == ENOENT || error == ELOOP;
+        if (error != 0)
+            return !isNowhere;
+        return photo::contentKind(beginning, path).format != photo::PhotoFormat::Unknown;
     }
 
     // An output folder inside the album is no part of the album.

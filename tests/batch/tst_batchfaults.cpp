@@ -260,10 +260,14 @@ void tst_BatchFaults::unwritableFolder()
     BatchProcess batch;
     batch.write("in/a.jpg", testphotos::jpeg());
     batch.write("in/secret.jpg", testphotos::jpeg());
+    batch.write("in/closed", testphotos::jpeg());
+    batch.write("in/june/a.jpg", testphotos::jpeg());
+    batch.write("listed/june/a.jpg", testphotos::jpeg());
     batch.write("shut/a.jpg", "mine");
     QCOMPARE(batch
-                 .shell("chmod 755 . in && chmod 000 in/secret.jpg && chmod 555 shut && mkdir open"
-                        " && chmod 777 open")
+                 .shell("chmod 755 . in && chmod 000 in/secret.jpg in/closed in/june"
+                        " && chmod 600 listed && chmod 555 shut && mkdir open && chmod 777 open"
+                        " && ln -s nowhere in/link")
                  .exitCode,
              0);
     QString as;
@@ -278,11 +282,15 @@ void tst_BatchFaults::unwritableFolder()
     QVERIFY2(outcome.errors.contains("Permission denied"), outcome.errors.constData());
     QCOMPARE(outcome.errors.count('\n'), 1);
     QCOMPARE(batch.contents("shut/a.jpg"), "mine");
-    const auto unreadable = batch.shell(as + "\"$batch\" --output-dir open in");
+    const auto unreadable = batch.shell(as + "\"$batch\" -r --output-dir open in listed");
     COMPARE_EXIT(unreadable, 1);
-    QVERIFY(unreadable.errors.contains("secret.jpg: cannot be read: Permission denied"));
+    for (const char *name : {"in/secret.jpg", "in/closed", "in/june", "listed/june"})
+        QVERIFY2(
+            unreadable.errors.contains(name + QByteArray(": cannot be read: Permission denied")),
+            unreadable.errors.constData());
+    QCOMPARE(unreadable.errors.count('\n'), 4);
     QVERIFY(batch.exists("open/a.jpg"));
-    QCOMPARE(batch.shell("chmod 755 shut").exitCode, 0);
+    QCOMPARE(batch.shell("chmod 755 shut listed in/june").exitCode, 0);
 }
 
 void tst_BatchFaults::interruptedWritesAreDoneAgain()

@@ -90,6 +90,9 @@ void tst_BatchNthCall::everyCall_data()
     QTest::newRow("a folder of two photos, two threads")
         << "-j 2 --output-dir out in"
         << "" << Files {{"in/a.jpg", photo["a.jpg"]}, {"in/b.jpg", photo["a.jpg"]}};
+    QTest::newRow("a folder of names that do not tell")
+        << "--output-dir out in"
+        << "" << Files {{"in/photo", photo["a.jpg"]}, {"in/notes", "no picture\n"}};
     QTest::newRow("a list") << "--files-from list --output-dir out"
                             << "" << Files {{"a.jpg", photo["a.jpg"]}, {"list", "a.jpg\n"}};
     QTest::newRow("a hidden name, new") << "--fsync -o o.jpg a.jpg"
@@ -164,8 +167,8 @@ QByteArray tst_BatchNthCall::faultIn(const BatchProcess &batch, const Outcome &o
         return "exit code " + QByteArray::number(outcome.exitCode);
     if (outcome.exitCode == 2)
         return outcome.errors.endsWith('\n') ? "" : "failed without a line";
-    const bool isNamed = outcome.errors.contains(".jpg: ") || outcome.errors.contains("list: ")
-        || outcome.errors.contains("in: ")
+    const bool isNamed = outcome.errors.contains(".jpg: ") || outcome.errors.contains("in/")
+        || outcome.errors.contains("list: ") || outcome.errors.contains("in: ")
         || outcome.errors.contains("a photo's end cannot be told") // no memory for its name
         || outcome.errors.contains("crayvell-batch: ");
     return isNamed && outcome.errors.endsWith('\n') ? "" : "failed without naming a photo";
