@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace batch {
@@ -28,12 +30,15 @@ public:
         });
     }
 
-    // Removes all that are left and lets no further step begin; for the end of
-    // the process.
+    // Removes all that are left and lets no further step begin; for the end of the
+    // process. Within a step, which has crashed then, it does nothing.
     void abandon();
 
 private:
+    class Owner;
+
     std::mutex m_lock;
+    std::atomic<std::thread::id> m_owner; // who is in a step
     std::set<std::pair<int, std::string>> m_names;
 };
 

@@ -14,6 +14,8 @@ class tst_BatchCrashes : public QObject
 private slots:
     void initTestCase();
     void crashesStayCrashes();
+    void crashesWithoutMemoryEnd_data();
+    void crashesWithoutMemoryEnd();
     void sentSignalsEnd_data();
     void sentSignalsEnd();
     void tooFewFilesForTheToolkit();
@@ -34,6 +36,29 @@ void tst_BatchCrashes::crashesStayCrashes()
         batch.run({"a.jpg"}, {}, preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL=write 1 crashed");
     QCOMPARE(outcome.signal, SIGSEGV);
     QCOMPARE(outcome.errors, QByteArray());
+}
+
+void tst_BatchCrashes::crashesWithoutMemoryEnd_data()
+{
+    QTest::addColumn<QString>("call");
+    QTest::newRow("while a sketch is written") << "write 1";
+    QTest::newRow("while it gets its name") << "renameat2 1";
+}
+
+void tst_BatchCrashes::crashesWithoutMemoryEnd()
+{
+    QFETCH(QString, call);
+    BatchProcess batch;
+    batch.write("a.jpg", testphotos::jpeg(16, 16));
+    const auto outcome = batch.run({"a.jpg"}, {},
+                                   preloaded(CRAYVELL_NTH_CALL) << "NTH_CALL_REFUSED=unnamed"
+                                                                << "NTH_CALL=" + call + " starved");
+    COMPARE_EXIT(outcome, 1);
+    QCOMPARE(outcome.errors, QByteArray("crayvell-batch: needs more memory than there is\n"));
+    QVERIFY(!batch.exists("a-sketch.jpg"));
+    // Nobody can tell which names a step has given that never ended.
+    if (call.startsWith("write"))
+        QCOMPARE(batch.files(), QStringList {"a.jpg"});
 }
 
 void tst_BatchCrashes::sentSignalsEnd_data()

@@ -4,8 +4,9 @@
 //
 //   NTH_CALL          kind, number and error: "write 3 ENOSPC"; "write 3 short" takes
 //                     half of the bytes; "write 3 killed" ends the program by SIGKILL
-//                     before the call, "write 3 crashed" by SIGSEGV; with a plus behind
-//                     the number, "malloc 7+ ENOMEM", all that follow fail too
+//                     before the call, "write 3 crashed" by SIGSEGV, "write 3 starved"
+//                     too, as for want of memory; with a plus behind the number, "malloc
+//                     7+ ENOMEM", all that follow fail too
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
 //                     call when the program ends
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
@@ -69,9 +70,11 @@ struct Error
 constexpr int shortWrite = -1;
 constexpr int killed = -2;
 constexpr int crashed = -3;
+constexpr int starved = -4;
 constexpr Error errors[] = {{"ENOSPC", ENOSPC},    {"EIO", EIO},       {"EINTR", EINTR},
                             {"EMFILE", EMFILE},    {"ENOMEM", ENOMEM}, {"EOPNOTSUPP", EOPNOTSUPP},
-                            {"short", shortWrite}, {"killed", killed}, {"crashed", crashed}};
+                            {"short", shortWrite}, {"killed", killed}, {"crashed", crashed},
+                            {"starved", starved}};
 
 struct Setting
 {
@@ -125,8 +128,10 @@ int errorOf(Kind kind)
         && (number == setting.number || (setting.persists && number > setting.number));
     if (isDue && setting.error == killed)
         syscall(SYS_kill, getpid(), SIGKILL);
-    if (isDue && setting.error == crashed)
+    if (isDue && (setting.error == crashed || setting.error == starved)) {
+        errno = setting.error == starved ? ENOMEM : 0;
         *static_cast<volatile int *>(nullptr) = 0;
+    }
     return isDue ? setting.error : 0;
 }
 
