@@ -17,9 +17,7 @@
 //   NTH_CALL_MARKED   if set, calls count from startCountingCalls() to stopCountingCalls(), else
 //                     from main() on
 
-#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -32,6 +30,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "tests/support/countedcalls.h"
 #include "tests/support/forkserver.h"
 
 extern "C" {
@@ -41,121 +40,9 @@ void *__libc_realloc(void *memory, std::size_t bytes);
 void *__libc_memalign(std::size_t alignment, std::size_t bytes);
 }
 
+using namespace countedcalls;
+
 namespace {
-
-enum Kind {
-    Open,
-    Write,
-    Fsync,
-    Linkat,
-    Renameat2,
-    Rename,
-    Unlink,
-    Close,
-    Fallocate,
-    Ftruncate,
-    Mmap,
-    Malloc,
-    kinds
-};
-constexpr const char *kindNames[kinds] = {"open",      "write",     "fsync",  "linkat",
-                                          "renameat2", "rename",    "unlink", "close",
-                                          "fallocate", "ftruncate", "mmap",   "malloc"};
-
-struct Error
-{
-    const char *name;
-    int number;
-};
-constexpr int shortWrite = -1;
-constexpr int killed = -2;
-constexpr int crashed = -3;
-constexpr int starved = -4;
-constexpr Error errors[] = {{"ENOSPC", ENOSPC},    {"EIO", EIO},       {"EINTR", EINTR},
-                            {"EMFILE", EMFILE},    {"ENOMEM", ENOMEM}, {"EOPNOTSUPP", EOPNOTSUPP},
-                            {"short", shortWrite}, {"killed", killed}, {"crashed", crashed},
-                            {"starved", starved}};
-
-struct Setting
-{
-    int kind = kinds; // none
-    long number = 0;
-    bool persists = false;
-    int error = 0;
-};
-
-std::atomic<bool> isCounting = false;
-std::atomic<long> counts[kinds];
-Setting setting;
-
-const char *variable(const char *name)
-{
-    const char *const value = std::getenv(name);
-    return value ? value : "";
-}
-
-bool isRefused(const char *word)
-{
-    return isCounting && std::strstr(variable("NTH_CALL_REFUSED"), word);
-}
-
-void readSetting()
-{
-    char kind[16] = "";
-    char error[16] = "";
-    char number[16] = "";
-    if (std::sscanf(variable("NTH_CALL"), "%15s %15s %15s", kind, number, error) != 3)
-        return;
-    setting.number = std::atol(number);
-    setting.persists = std::strchr(number, '+') != nullptr;
-    for (int i = 0; i < kinds; ++i) {
-        if (std::strcmp(kind, kindNames[i]) == 0)
-            setting.kind = i;
-    }
-    for (const Error &known : errors) {
-        if (std::strcmp(error, known.name) == 0)
-            setting.error = known.number;
-    }
-}
-
-// Counts a call: 0, or the error that it is to fail with.
-int errorOf(Kind kind)
-{
-    if (!isCounting.load(std::memory_order_relaxed))
-        return 0;
-    const long number = ++counts[kind];
-    const bool isDue = kind == setting.kind
-        && (number == setting.number || (setting.persists && number > setting.number));
-    if (isDue && setting.error == killed)
-        syscall(SYS_kill, getpid(), SIGKILL);
-    if (isDue && (setting.error == crashed || setting.error == starved)) {
-        errno = setting.error == starved ? ENOMEM : 0;
-        *static_cast<volatile int *>(nullptr) = 0;
-    }
-    return isDue ? setting.error : 0;
-}
-
-// True, with errno set, for a call that is to fail.
-bool fails(Kind kind)
-{
-    const int error = errorOf(kind);
-    if (error > 0)
-        errno = error;
-    return error > 0;
-}
-
-__attribute__((destructor)) void writeCounts()
-{
-    isCounting = false;
-    const char *const file = variable("NTH_CALL_COUNTS");
-    if (!*file)
-        return;
-    const auto descriptor =
-        static_cast<int>(syscall(SYS_openat, AT_FDCWD, file, O_CREAT | O_TRUNC | O_WRONLY, 0666));
-    for (int i = 0; i < kinds; ++i)
-        dprintf(descriptor, "%s %ld\n", kindNames[i], counts[i].load());
-    syscall(SYS_close, descriptor);
-}
 
 int openFile(int folder, const char *path, int flags, va_list arguments)
 {
@@ -210,7 +97,7 @@ int countingMain(int argc, char **argv, char **environment)
     if (*variable("NTH_CALL_SERVER"))
         forkserver::serve();
     readSetting();
-    isCounting = !*variable("NTH_CALL_MARKED");
+    count(!*variable("NTH_CALL_MARKED"));
     return programsMain(argc, argv, environment);
 }
 
@@ -229,12 +116,12 @@ int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (
 
 void startCountingCalls()
 {
-    isCounting = true;
+    count(true);
 }
 
 void stopCountingCalls()
 {
-    isCounting = false;
+    count(false);
 }
 
 #define REPLACE_OPEN(name) \
