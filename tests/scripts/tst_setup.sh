@@ -25,7 +25,7 @@ check() {
 mkdir "$scratch/bin"
 stand_in() {
     printf '#!/bin/bash\n%s\n' "$2" >"$scratch/bin/$1"
-    chmod u+rwx "$scratch/bin/$1"
+    chmod a+rx,u+w "$scratch/bin/$1"
 }
 
 # with_setup COMMANDS [SETTING...]: what they print, and behind a slash their exit code.
@@ -49,7 +49,7 @@ stand_in apt-get "echo apt-get \"\$@\" >>$quoted/asked"
 stand_in sudo "echo sudo \"\$1\" >>$quoted/asked; while [[ \$1 == -* ]]; do shift; done; \"\$@\""
 asked() {
     : >"$scratch/asked"
-    chmod u+rw "$scratch/asked" # whatever the umask is
+    chmod a+rw "$scratch/asked" # whatever the umask is
     with_setup "install_packages $1"
     printf '\n'
     sed -E 's/ --option [^ ]*//' "$scratch/asked"
@@ -59,6 +59,10 @@ if ((EUID == 0)); then
     check "root installs" $'/0\napt-get update\napt-get install --yes --no-install-recommends gone' \
         "$(asked 'one gone')"
     as_user=(unshare --user --map-user=65534) # in name only: the files stay root's
+    if ! "${as_user[@]}" true 2>/dev/null; then # below another root, for example
+        as_user=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+        chmod -R a+rwX "$scratch"
+    fi
 fi
 check "nobody is there to type a password" \
     $'/0\nsudo --non-interactive\napt-get update\nsudo --non-interactive\napt-get install --yes --no-install-recommends gone' \
