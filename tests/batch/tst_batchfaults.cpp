@@ -316,36 +316,31 @@ void tst_BatchFaults::brokenFiles()
     if (!QFileInfo(folder).isDir())
         QSKIP("the package gdk-pixbuf-tests, which has the broken files, is not installed");
     BatchProcess batch;
-    QByteArrayList photos;
-    QByteArray large; // takes as long as all others
+    int photos = 0;
+    QByteArray list;
     QDirIterator walk(folder, QDir::Files, QDirIterator::Subdirectories);
     QVERIFY(QDir(batch.folder.path()).mkdir("in"));
     while (walk.hasNext()) {
         // Numbered, because some names differ in their suffix only.
         const QString file = walk.next();
         const QString name =
-            QStringLiteral("in/%1 %2").arg(photos.size(), 4).arg(QFileInfo(file).fileName());
+            QStringLiteral("in/%1 %2").arg(++photos, 4).arg(QFileInfo(file).fileName());
         QVERIFY(QFile::link(file, batch.path(name)));
-        photos << name.toUtf8();
-        if (name.endsWith("large.png"))
-            large = photos.back();
+        list += name.toUtf8() + '\0';
     }
-    QVERIFY(photos.size() > 100);
-    const std::pair<const char *, const char *> passes[] = {{"jpeg", "--skip-existing"},
-                                                            {"png", "--allow-truncated"}};
-    for (const auto &[format, mode] : passes) {
+    QVERIFY(photos > 100);
+    for (const char *mode : {"--skip-existing", "--allow-truncated"}) {
         QElapsedTimer clock;
         clock.start();
         const auto outcome = batch.run({"--files-from", "-", "--null", "--json", "--max-memory",
-                                        "1G", "--format", format, "--output-dir", mode + 2, mode},
-                                       photos.join('\0'));
+                                        "1G", "--format", "png", "--output-dir", mode + 2, mode},
+                                       list);
         COMPARE_EXIT(outcome, 1);
-        QCOMPARE(outcome.output.count('\n'), photos.size());
+        QCOMPARE(outcome.output.count('\n'), photos);
         QCOMPARE(outcome.errors.count('\n'), outcome.output.count("\"failed\""));
         QVERIFY(outcome.output.count("\"done\"") > 50);
         QVERIFY2(process::isSanitized() || clock.elapsed() < 100000,
                  QByteArray::number(clock.elapsed()).constData());
-        photos.removeOne(large);
     }
 }
 

@@ -54,7 +54,7 @@ void tst_BatchMany::jobsWithinMaximum()
         const QByteArray photo =
             kind % 2 ? testphotos::progressiveJpeg(scene) : testphotos::encoded(scene, "jpeg");
         batch.write(QStringLiteral("%1").arg(kind), photo);
-        for (int i = 0; i < 8; ++i)
+        for (int i = 0; i < 17; ++i)
             batch.write(QStringLiteral("p/%1-%2.jpg").arg(i).arg(kind), photo);
     }
     const qint64 peak = peakOfRun({"-j", "8", "--max-memory", "64M", "--format", "png",
@@ -132,7 +132,7 @@ void tst_BatchMany::namesTakeLittle()
     QFETCH(bool, outputsExist);
     BatchProcess batch;
     constexpr int few = 1000;
-    constexpr int many = 12'000;
+    constexpr int many = 25'000;
     QByteArray names;
     for (int i = 0; i < few + many; ++i) {
         const QString name = QStringLiteral("album%1/photo%2.jpg").arg(i % 100).arg(i, 7);
