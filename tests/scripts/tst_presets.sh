@@ -46,6 +46,8 @@ asks() {
     [[ -s $scratch/asked ]] || fail "$*: nothing was asked for"
     while read -r line; do
         [[ $line == *" $builds/$preset"* ]] || fail "$*: not for $builds/$preset: $line"
+        # Whatever folder it is told, it keeps its record in the preset's.
+        [[ $line != "ctest "*--preset* ]] || fail "$*: ctest writes elsewhere: $line"
         [[ $line != *--preset* || $line == *" --preset $preset "* ]] || fail "$*: other preset: $line"
     done <"$scratch/asked"
 }
