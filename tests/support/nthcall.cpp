@@ -92,12 +92,18 @@ template <typename Function> Function *next(const char *name)
 using Main = int(int, char **, char **);
 Main *programsMain = nullptr;
 
-int countingMain(int argc, char **argv, char **environment)
+void beginToCount()
 {
     if (*variable("NTH_CALL_SERVER"))
         forkserver::serve();
     readSetting();
-    count(!*variable("NTH_CALL_MARKED"));
+    count(true);
+}
+
+int countingMain(int argc, char **argv, char **environment)
+{
+    if (!*variable("NTH_CALL_MARKED"))
+        beginToCount();
     return programsMain(argc, argv, environment);
 }
 
@@ -116,7 +122,7 @@ int __libc_start_main(Main *start, int argc, char **argv, void (*init)(), void (
 
 void startCountingCalls()
 {
-    count(true);
+    beginToCount();
 }
 
 void stopCountingCalls()

@@ -39,7 +39,9 @@ Server::Server(QProcess &process, const char *library, const QString &program,
     : m_process(process)
 {
     QProcessEnvironment environment = process.processEnvironment();
-    const QStringList own = preloaded(library) + QStringList {"NTH_CALL_SERVER=1"};
+    // What each run would look up again is found once, when the program is loaded.
+    const QStringList own =
+        preloaded(library) + QStringList {"NTH_CALL_SERVER=1", "LD_BIND_NOW=1"};
     for (const QString &entry : own)
         environment.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
     process.setProcessEnvironment(environment);
