@@ -10,6 +10,23 @@
 #include "tests/support/pictures.h"
 #include "tests/support/testmain.h"
 
+namespace {
+
+// In the working folder, under plain names: scripts of the editor are ASCII where the locale is.
+const struct Photo
+{
+    const char *what;
+    QString name;
+    const char *file; // noise where it is empty
+    QString convert;
+} photos[] = {
+    {"example photo", "photo.jpg", CRAYVELL_EXAMPLE, ""},
+    {"grey", "grey.png", "", "(gimp-image-convert-grayscale image)"},
+    {"with alpha", "alpha.png", "", "(gimp-layer-add-alpha layer)"},
+};
+
+} // namespace
+
 class EditorTest : public QObject
 {
     Q_OBJECT
@@ -20,7 +37,7 @@ private slots:
     void sketches();
 
 private:
-    bool run(const QString &script);
+    void runScripts(const QStringList &scripts);
 
     QTemporaryDir m_folder;
     QByteArray m_said;
@@ -34,9 +51,26 @@ void EditorTest::initTestCase()
     const QDir folder(m_folder.path());
     QVERIFY(folder.mkpath("editor/plug-ins/sketch"));
     QVERIFY(QFile::copy(CRAYVELL_EDITOR_PLUGIN, folder.filePath("editor/plug-ins/sketch/sketch")));
+    QStringList scripts;
+    for (const Photo &photo : photos) {
+        QVERIFY(*photo.file ? QFile::copy(photo.file, folder.filePath(photo.name))
+                            : pictures::noise(333, 222).save(folder.filePath(photo.name), "png"));
+        // What the editor itself makes of the file is written as well, to be compared with.
+        scripts << QStringLiteral(
+                       "(let* ((image (car (gimp-file-load RUN-NONINTERACTIVE \"%1\" \"%1\")))"
+                       " (layer (car (gimp-image-get-active-drawable image)))) %2"
+                       " (file-png-save-defaults RUN-NONINTERACTIVE image layer"
+                       " \"%1-before.png\" \"%1-before.png\")"
+                       " (crayvell-test-sketch RUN-NONINTERACTIVE image layer 51 230)"
+                       " (file-png-save-defaults RUN-NONINTERACTIVE image layer"
+                       " \"%1-after.png\" \"%1-after.png\"))")
+                       .arg(photo.name, photo.convert);
+    }
+    runScripts(scripts);
 }
 
-bool EditorTest::run(const QString &script)
+// One start for all photos, as it takes longer than they do.
+void EditorTest::runScripts(const QStringList &scripts)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -47,48 +81,27 @@ bool EditorTest::run(const QString &script)
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(m_folder.path());
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start("gimp-console-2.10",
-                  {"-i", "-d", "-f", "-s", "-b", script, "-b", "(gimp-quit 1)"});
+    QStringList arguments {"-i", "-d", "-f", "-s"};
+    for (const QString &script : scripts + QStringList {"(gimp-quit 1)"})
+        arguments << "-b" << script;
+    process.start("gimp-console-2.10", arguments);
     const bool isDone = process.waitForFinished(600'000);
     m_said = process.readAll();
-    return isDone && process.exitStatus() == QProcess::NormalExit;
+    QVERIFY2(isDone && process.exitStatus() == QProcess::NormalExit, m_said);
 }
 
 void EditorTest::sketches_data()
 {
-    QTest::addColumn<QString>("photo");
-    QTest::addColumn<QString>("convert");
-    QTest::newRow("example photo") << QStringLiteral(CRAYVELL_EXAMPLE) << QString();
-    QTest::newRow("grey") << QString() << "(gimp-image-convert-grayscale image)";
-    QTest::newRow("with alpha") << QString() << "(gimp-layer-add-alpha layer)";
+    QTest::addColumn<QString>("name");
+    for (const Photo &photo : photos)
+        QTest::newRow(photo.what) << photo.name;
 }
 
 void EditorTest::sketches()
 {
-    QFETCH(QString, photo);
-    QFETCH(QString, convert);
-    // In the working folder, under a plain name: scripts of the editor are ASCII where the
-    // locale is.
-    const QString input =
-        photo.isEmpty() ? QStringLiteral("photo.png") : QStringLiteral("photo.jpg");
-    QFile::remove(m_folder.filePath(input));
-    QVERIFY(photo.isEmpty() ? pictures::noise(333, 222).save(m_folder.filePath(input))
-                            : QFile::copy(photo, m_folder.filePath(input)));
-    // What the editor itself makes of the file is written as well, to be compared with.
-    const QString script =
-        QStringLiteral("(let* ((image (car (gimp-file-load RUN-NONINTERACTIVE \"%1\" \"%1\")))"
-                       " (layer (car (gimp-image-get-active-drawable image)))) %2"
-                       " (file-png-save-defaults RUN-NONINTERACTIVE image layer"
-                       " \"before.png\" \"before.png\")"
-                       " (crayvell-test-sketch RUN-NONINTERACTIVE image layer 51 230)"
-                       " (file-png-save-defaults RUN-NONINTERACTIVE image layer"
-                       " \"after.png\" \"after.png\"))")
-            .arg(input, convert);
-    for (const char *name : {"before.png", "after.png"})
-        QFile::remove(m_folder.filePath(name));
-    QVERIFY2(run(script), m_said);
-    const QImage before(m_folder.filePath("before.png"));
-    const QImage after(m_folder.filePath("after.png"));
+    QFETCH(QString, name);
+    const QImage before(m_folder.filePath(name + "-before.png"));
+    const QImage after(m_folder.filePath(name + "-after.png"));
     QVERIFY2(!before.isNull() && !after.isNull(), m_said);
     const QImage expected =
         pictures::expectedSketch(before.convertToFormat(QImage::Format_ARGB32), 51, 230);
