@@ -19,38 +19,48 @@ cmake --build "$scratch/consumer" >"$scratch/told" || fail "$(<"$scratch/told")"
 grep -F "$source_folder" "$scratch/consumer/build.ninja" | grep -v tests/install/consumer &&
     fail "the consumer uses the tree"
 
-# finds ARGUMENTS: what find_package() with these makes of it, in one line.
+# finds ARGUMENTS...: what find_package() makes of each of these, in a folder of its own of one
+# project; on one line, with the number of the folder.
 finds() {
+    local arguments folder number=0
+    rm -rf "$scratch/finder"
     mkdir -p "$scratch/finder"
     printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' 'project(Finder LANGUAGES CXX)' \
-        "find_package(Crayvell $1)" \
-        'foreach(part IN ITEMS kernels sketch canvas)' \
-        'if(TARGET Crayvell::${part})' 'string(APPEND parts " ${part}")' 'endif()' \
-        'endforeach()' \
-        'message(STATUS "found ${Crayvell_FOUND} ${Crayvell_VERSION}:${parts}, Qt ${Qt6_FOUND}")' \
         >"$scratch/finder/CMakeLists.txt"
-    rm -rf "$scratch/finder/build"
+    for arguments in "$@"; do
+        folder=folder$((++number))
+        mkdir "$scratch/finder/$folder"
+        printf 'add_subdirectory(%s)\n' "$folder" >>"$scratch/finder/CMakeLists.txt"
+        printf '%s\n' "find_package(Crayvell $arguments)" \
+            'foreach(part IN ITEMS kernels sketch canvas)' \
+            'if(TARGET Crayvell::${part})' 'string(APPEND parts " ${part}")' 'endif()' \
+            'endforeach()' \
+            "message(STATUS \"$number found \${Crayvell_FOUND} \${Crayvell_VERSION}:\${parts}, Qt \${Qt6_FOUND}.\")" \
+            >"$scratch/finder/$folder/CMakeLists.txt"
+    done
     cmake -G Ninja -S "$scratch/finder" -B "$scratch/finder/build" \
         -DCMAKE_PREFIX_PATH="$prefix" 2>&1 | tr -s '\n ' ' '
 }
 
-# says ARGUMENTS PATTERN
+# says WHAT PATTERN
 says() {
-    local told
-    told=$(finds "$1" || true)
-    [[ $told =~ $2 ]] || fail "find_package(Crayvell $1) says: $told"
+    [[ $1 =~ $2 ]] || fail "instead of \"$2\" find_package(Crayvell) says: $1"
 }
 
-says 'REQUIRED' 'found (1|TRUE) 1\.[0-9.]*: kernels sketch canvas, Qt (1|TRUE)'
-says '1.0 REQUIRED COMPONENTS sketch' 'found (1|TRUE) [0-9.]*: kernels sketch, '
-says 'REQUIRED COMPONENTS canvas' 'found (1|TRUE) [0-9.]*: canvas, '
-says 'REQUIRED COMPONENTS kernels' 'found (1|TRUE) [0-9.]*: kernels, Qt  *--'
-says 'REQUIRED COMPONENTS sketch oils' 'no component oils, but: kernels, sketch, canvas'
-says 'COMPONENTS sketch OPTIONAL_COMPONENTS oils' 'found (1|TRUE) [0-9.]*: kernels sketch, '
-says '2.0' 'found (0|FALSE)'
+told=$(finds 'COMPONENTS kernels REQUIRED' '1.0 REQUIRED COMPONENTS sketch' \
+    'REQUIRED COMPONENTS canvas' 'REQUIRED' 'COMPONENTS sketch OPTIONAL_COMPONENTS oils' '2.0' ||
+    true)
+says "$told" '-- 1 found (1|TRUE) 1\.[0-9.]*: kernels, Qt \. '
+says "$told" '-- 2 found (1|TRUE) [0-9.]*: kernels sketch, Qt (1|TRUE)\. '
+says "$told" '-- 3 found (1|TRUE) [0-9.]*: canvas, Qt (1|TRUE)\. '
+says "$told" '-- 4 found (1|TRUE) [0-9.]*: kernels sketch canvas, Qt (1|TRUE)\. '
+says "$told" '-- 5 found (1|TRUE) [0-9.]*: kernels sketch, Qt (1|TRUE)\. '
+says "$told" '-- 6 found (0|FALSE) '
+says "$(finds 'REQUIRED COMPONENTS sketch oils' || true)" \
+    'no component oils, but: kernels, sketch, canvas'
 
 # What stood there is gone with the manifest.
 xargs -d '\n' rm <"$build/install_manifest_dev.txt"
 same "left behind" "" "$(files "$prefix")"
-says 'COMPONENTS sketch' 'found (0|FALSE)'
+says "$(finds 'COMPONENTS sketch')" '-- 1 found (0|FALSE) '
 printf 'the package serves another project\n'
