@@ -43,6 +43,8 @@ void tst_BatchCompletion::bash_data()
     QTest::newRow("all values behind =") << "--format =" << QByteArray("jpg png");
     QTest::newRow("file behind =") << "--output = ph" << QByteArray("photo.jpg");
     QTest::newRow("folder behind =") << "--output-dir = al" << QByteArray("album");
+    QTest::newRow("folder as a word") << "--output-dir al" << QByteArray("album");
+    QTest::newRow("no photo for a folder") << "--output-dir = ph" << QByteArray();
     QTest::newRow("number") << "--quality = ''" << QByteArray();
     QTest::newRow("value of one that takes none") << "--json = ''" << QByteArray();
     QTest::newRow("no option behind --") << "-- --overw" << QByteArray();
@@ -76,6 +78,7 @@ void tst_BatchCompletion::zsh_data()
     QTest::newRow("file behind =") << "--output=ph" << QByteArray("--output=photo.jpg");
     QTest::newRow("file at the letter") << "-oph" << QByteArray("-ophoto.jpg");
     QTest::newRow("file behind the letter") << "-o ph" << QByteArray("-o photo.jpg");
+    QTest::newRow("folder behind =") << "--output-dir=al" << QByteArray("--output-dir=album/");
     QTest::newRow("no option behind --") << "-- --overw" << QByteArray("-- --overw");
     QTest::newRow("photo behind --") << "-- ph" << QByteArray("-- photo.jpg");
 }
@@ -112,6 +115,8 @@ void tst_BatchCompletion::fish_data()
     QTest::newRow("option") << "--overw" << QByteArray("--overwrite");
     QTest::newRow("value as a word") << "--format p" << QByteArray("png");
     QTest::newRow("value behind =") << "--format=p" << QByteArray("--format=png");
+    QTest::newRow("folder as a word") << "--output-dir al" << QByteArray("album/");
+    QTest::newRow("no photo for a folder") << "--output-dir ph" << QByteArray();
     QTest::newRow("no option behind --") << "-- --overw" << QByteArray();
 }
 

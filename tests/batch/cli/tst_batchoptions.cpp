@@ -2,7 +2,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <sys/stat.h>
 
 #include "tests/batch/batchprocess.h"
 #include "tests/support/testmain.h"
