@@ -64,6 +64,23 @@ asks release "$tree_builds" ./test
 asks release "$tree_builds" ./run a.jpg
 asks debug "$tree_builds" CRAYVELL_TEST_WITHOUT='^batch/' ./test debug
 grep -qF -e '--exclude-regex ^batch/' "$scratch/asked" || fail "no test is left out"
+
+# What was broken off before there was anything to build with is configured again, what
+# can be built is not.
+rm -f "$scratch/asked"
+mkdir -p "$tree_builds/release/CMakeFiles"
+(cd "$scratch/tree" && ./run a.jpg) >"$scratch/told" 2>&1 || fail "$(<"$scratch/told")"
+grep -q '^cmake --preset release ' "$scratch/asked" || fail "half a configuration is taken for one"
+rm "$scratch/asked"
+touch "$tree_builds/release/build.ninja"
+(cd "$scratch/tree" && ./run a.jpg) >"$scratch/told" 2>&1 || fail "$(<"$scratch/told")"
+! grep '^cmake --preset ' "$scratch/asked" || fail "configured once more"
+
+# Tests that fail make ./test fail.
+stand_in ctest 'exit 8'
+code=0
+(cd "$scratch/tree" && ./test) >"$scratch/told" 2>&1 || code=$?
+((code == 8)) || fail "tests failed, and ./test ended with $code: $(<"$scratch/told")"
 PATH=${PATH#*:}
 
 # Which tests the debug preset has, and what each of them is told.
