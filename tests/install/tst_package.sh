@@ -48,7 +48,7 @@ says() {
 }
 
 told=$(finds 'COMPONENTS kernels REQUIRED' '1.0 REQUIRED COMPONENTS sketch' \
-    'REQUIRED COMPONENTS canvas' 'REQUIRED' 'COMPONENTS sketch OPTIONAL_COMPONENTS oils' '2.0' ||
+    'REQUIRED COMPONENTS canvas' 'REQUIRED' 'COMPONENTS sketch OPTIONAL_COMPONENTS oils' '2.0' '0.9' ||
     true)
 says "$told" '-- 1 found (1|TRUE) 1\.[0-9.]*: kernels, Qt \. '
 says "$told" '-- 2 found (1|TRUE) [0-9.]*: kernels sketch, Qt (1|TRUE)\. '
@@ -56,6 +56,7 @@ says "$told" '-- 3 found (1|TRUE) [0-9.]*: canvas, Qt (1|TRUE)\. '
 says "$told" '-- 4 found (1|TRUE) [0-9.]*: kernels sketch canvas, Qt (1|TRUE)\. '
 says "$told" '-- 5 found (1|TRUE) [0-9.]*: kernels sketch, Qt (1|TRUE)\. '
 says "$told" '-- 6 found (0|FALSE) '
+says "$told" '-- 7 found (0|FALSE) ' # another major version promises nothing
 says "$(finds 'REQUIRED COMPONENTS sketch oils' || true)" \
     'no component oils, but: kernels, sketch, canvas'
 
