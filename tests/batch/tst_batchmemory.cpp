@@ -47,9 +47,38 @@ void makePng(const QByteArray &name, QSize size, int bits, bool isInterlaced)
     std::fclose(file);
 }
 
-void makeTiff(const QByteArray &name, QSize size, int bits, int compression, int rowsPerStrip)
+// Noise in LZW codes, which an encoder would look for long: after each Clear bytes that tell
+// themselves, then all pairs of neighbours among them, up to where codes would need ten bits.
+std::vector<uchar> lzwCodes(qint64 bytes)
 {
-    std::vector<uchar> rows = noise(size.width(), bits / 8);
+    constexpr int clear = 256;
+    constexpr int literals = 125;
+    constexpr int pairs = literals - 1;
+    constexpr int firstPair = 258;
+    constexpr int runs = 4; // of 250 codes of nine bits, which end with a byte
+    std::vector<uchar> unit;
+    unsigned bits = 0;
+    int count = 0;
+    QRandomGenerator random(1);
+    for (int i = 0; i < runs * (1 + literals + pairs); ++i) {
+        const int place = i % (1 + literals + pairs) - 1;
+        const unsigned code = place < 0 ? clear
+            : place < literals          ? random.generate() & 0x1f
+                                        : firstPair + place - literals;
+        bits = bits << 9 | code;
+        for (count += 9; count >= 8; count -= 8)
+            unit.push_back(static_cast<uchar>(bits >> (count - 8)));
+    }
+    std::vector<uchar> codes;
+    const qint64 units = bytes / (runs * (literals + 2 * pairs)) + 1;
+    codes.reserve(unit.size() * units);
+    for (qint64 i = 0; i < units; ++i)
+        codes.insert(codes.end(), unit.begin(), unit.end());
+    return codes;
+}
+
+TIFF *newTiff(const QByteArray &name, QSize size, int bits, int compression, int rowsPerStrip)
+{
     TIFF *const tiff = TIFFOpen(name.constData(), "w");
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, size.width());
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, size.height());
@@ -59,6 +88,21 @@ void makeTiff(const QByteArray &name, QSize size, int bits, int compression, int
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+    return tiff;
+}
+
+void makeLzwTiff(const QByteArray &name, QSize size, int bits)
+{
+    TIFF *const tiff = newTiff(name, size, bits, COMPRESSION_LZW, size.height());
+    std::vector<uchar> codes = lzwCodes(qint64(size.width()) * size.height() * 3 * bits / 8);
+    TIFFWriteRawStrip(tiff, 0, codes.data(), static_cast<tmsize_t>(codes.size()));
+    TIFFClose(tiff);
+}
+
+void makeTiff(const QByteArray &name, QSize size, int bits, int rowsPerStrip)
+{
+    std::vector<uchar> rows = noise(size.width(), bits / 8);
+    TIFF *const tiff = newTiff(name, size, bits, COMPRESSION_NONE, rowsPerStrip);
     for (int y = 0; y < size.height(); ++y)
         TIFFWriteScanline(tiff, rows.data() + y * 7 % 1000, y, 0);
     TIFFClose(tiff);
@@ -84,13 +128,13 @@ void makePhoto(const QByteArray &kind, const QString &name, QSize size)
     else if (kind == "interlaced PNG of 16 bits")
         makePng(file, size, 16, true);
     else if (kind == "TIFF of 8 bits, one strip of LZW")
-        makeTiff(file, size, 8, COMPRESSION_LZW, size.height());
+        makeLzwTiff(file, size, 8);
     else if (kind == "TIFF of 16 bits")
-        makeTiff(file, size, 16, COMPRESSION_NONE, 64);
+        makeTiff(file, size, 16, 64);
     else if (kind == "TIFF of 8 bits, a strip for every row")
-        makeTiff(file, size, 8, COMPRESSION_NONE, 1);
+        makeTiff(file, size, 8, 1);
     else if (kind == "TIFF of 16 bits, one strip of LZW")
-        makeTiff(file, size, 16, COMPRESSION_LZW, size.height());
+        makeLzwTiff(file, size, 16);
 }
 
 // Runs the program to its end and gives the most bytes that it had resident, -1

@@ -32,8 +32,9 @@ QRect findPhoto(const QImage &screen)
     QRect found;
     for (int y = 0; y < screen.height(); ++y) {
         int first = -1, last = -1, count = 0;
+        const auto *const line = reinterpret_cast<const QRgb *>(screen.constScanLine(y));
         for (int x = 0; x < screen.width(); ++x) {
-            if (!isPhoto(screen.pixel(x, y)))
+            if (!isPhoto(line[x]))
                 continue;
             first = first < 0 ? x : first;
             last = x;
