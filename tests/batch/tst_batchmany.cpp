@@ -141,7 +141,8 @@ void tst_BatchMany::namesTakeLittle()
     batch.write("photo", "");
     batch.write("sketch", "");
     const auto give = [&](const char *file, const QString &name) {
-        return ::link(QFile::encodeName(batch.path(file)), QFile::encodeName(batch.path(name))) == 0;
+        return ::link(QFile::encodeName(batch.path(file)), QFile::encodeName(batch.path(name)))
+            == 0;
     };
     QByteArray names;
     for (int i = 0; i < few + many; ++i) {

@@ -40,8 +40,7 @@ Server::Server(QProcess &process, const char *library, const QString &program,
 {
     QProcessEnvironment environment = process.processEnvironment();
     // What each run would look up again is found once, when the program is loaded.
-    const QStringList own =
-        preloaded(library) + QStringList {"NTH_CALL_SERVER=1", "LD_BIND_NOW=1"};
+    const QStringList own = preloaded(library) + QStringList {"NTH_CALL_SERVER=1", "LD_BIND_NOW=1"};
     for (const QString &entry : own)
         environment.insert(entry.section(u'=', 0, 0), entry.section(u'=', 1));
     process.setProcessEnvironment(environment);

@@ -2,7 +2,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-
 #include "tests/batch/batchprocess.h"
 #include "tests/support/testmain.h"
 #include "tests/support/testphotos.h"
