@@ -26,6 +26,10 @@ QByteArray tst_BatchCompletion::answer(BatchProcess &batch, const QString &shell
     batch.write("photo.jpg", testphotos::jpeg());
     batch.write("album/a.jpg", testphotos::jpeg());
     QProcess process;
+    // Whatever signs are in the path.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("texts", CRAYVELL_BATCH_TEXTS);
+    process.setProcessEnvironment(environment);
     process.setWorkingDirectory(batch.folder.path());
     process.start(shell, arguments);
     process.waitForFinished(120000);
@@ -60,7 +64,7 @@ void tst_BatchCompletion::bash()
     if (!QFile::exists(common))
         QSKIP("the package bash-completion is not installed");
     BatchProcess batch;
-    const QString script = ". " + common + "; . '" CRAYVELL_BATCH_TEXTS "/crayvell-batch.bash';"
+    const QString script = ". " + common + "; . \"$texts/crayvell-batch.bash\";"
         + " COMP_WORDS=(crayvell-batch " + words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1));"
         + " line=${COMP_WORDS[*]}; COMP_LINE=${line// = /=}; COMP_LINE=${COMP_LINE// =/=};"
         + " COMP_POINT=${#COMP_LINE}; _crayvell_batch 2>/dev/null; echo \"${COMPREPLY[*]}\"";
@@ -93,7 +97,7 @@ void tst_BatchCompletion::zsh()
         QSKIP("zsh is not installed");
     BatchProcess batch;
     batch.write("setup",
-                "PS1=; fpath=('" CRAYVELL_BATCH_TEXTS "' $fpath)\n"
+                "PS1=; fpath=(\"$texts\" $fpath)\n"
                 "autoload -U compinit; compinit -u -D\n"
                 "tell() { print -r -- $BUFFER >line.new; mv line.new line }\n"
                 "zle -N tell; bindkey '^I' complete-word; bindkey '^T' tell\n");
@@ -127,7 +131,7 @@ void tst_BatchCompletion::fish()
     if (QStandardPaths::findExecutable("fish").isEmpty())
         QSKIP("fish is not installed");
     BatchProcess batch;
-    const QString script = "source '" CRAYVELL_BATCH_TEXTS "/crayvell-batch.fish';"
+    const QString script = "source \"$texts/crayvell-batch.fish\";"
                            " complete -C 'crayvell-batch "
         + typed + "'";
     QCOMPARE(answer(batch, "fish", {"-N", "-c", script}).split('\t').first(), choice);
