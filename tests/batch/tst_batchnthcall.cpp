@@ -215,6 +215,7 @@ void tst_BatchNthCall::everyCall()
     m_goodOutput = good.output;
     const QMap<QByteArray, int> calls = nthcall::countsIn(counts);
     QVERIFY(calls["open"] > 3 && calls["write"] > 0 && calls["malloc"] > 100);
+    QCOMPARE(nthcall::withoutEffect(refused, calls), QStringList());
 
     QByteArrayList faults;
     for (const nthcall::Fault &fault : nthcall::faults) {

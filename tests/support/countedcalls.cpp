@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -17,6 +18,8 @@ namespace {
 constexpr const char *kindNames[kinds] = {"open",      "write",     "fsync",  "linkat",
                                           "renameat2", "rename",    "unlink", "close",
                                           "fallocate", "ftruncate", "mmap",   "malloc"};
+
+constexpr const char *refusedNames[] = {"unnamed", "renameat2", "linkat", "fallocate", "proc"};
 
 struct Error
 {
@@ -41,6 +44,7 @@ struct Setting
 
 std::atomic<bool> isCounting = false;
 std::atomic<long> counts[kinds];
+std::atomic<long> refusals[std::size(refusedNames)];
 Setting setting;
 
 __attribute__((destructor)) void writeCounts()
@@ -53,6 +57,8 @@ __attribute__((destructor)) void writeCounts()
         static_cast<int>(syscall(SYS_openat, AT_FDCWD, file, O_CREAT | O_TRUNC | O_WRONLY, 0666));
     for (int i = 0; i < kinds; ++i)
         dprintf(descriptor, "%s %ld\n", kindNames[i], counts[i].load());
+    for (std::size_t i = 0; i < std::size(refusedNames); ++i)
+        dprintf(descriptor, "refused-%s %ld\n", refusedNames[i], refusals[i].load());
     syscall(SYS_close, descriptor);
 }
 
@@ -71,7 +77,11 @@ const char *variable(const char *name)
 
 bool isRefused(const char *word)
 {
-    return isCounting && std::strstr(variable("NTH_CALL_REFUSED"), word);
+    if (!isCounting || !std::strstr(variable("NTH_CALL_REFUSED"), word))
+        return false;
+    for (std::size_t i = 0; i < std::size(refusedNames); ++i)
+        refusals[i] += std::strcmp(refusedNames[i], word) == 0;
+    return true;
 }
 
 void readSetting()

@@ -30,7 +30,7 @@ void count(bool isOn);
 int errorOf(Kind kind);
 // True, with errno set, for a call that is to fail.
 bool fails(Kind kind);
-// Whether NTH_CALL_REFUSED has the word.
+// Whether NTH_CALL_REFUSED has the word; counts how often it did.
 bool isRefused(const char *word);
 // "" for one that is not set.
 const char *variable(const char *name);

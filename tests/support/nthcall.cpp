@@ -8,7 +8,7 @@
 //                     too, as for want of memory; with a plus behind the number, "malloc
 //                     7+ ENOMEM", all that follow fail too
 //   NTH_CALL_COUNTS   the file that gets a line with kind and number of each kind of
-//                     call when the program ends
+//                     call when the program ends, and of each "refused-" and word
 //   NTH_CALL_REFUSED  words out of: unnamed (files without a name), renameat2, linkat,
 //                     fallocate, which the file system then does not know, at any time, and
 //                     proc, for links there, which then lead nowhere

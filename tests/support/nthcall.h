@@ -66,4 +66,13 @@ inline QMap<QByteArray, int> countsIn(const QString &fileName)
     return counts;
 }
 
+// The words of NTH_CALL_REFUSED that refused nothing in a run with these counts.
+inline QStringList withoutEffect(const QString &refused, const QMap<QByteArray, int> &counts)
+{
+    QStringList words = refused.split(u' ', Qt::SkipEmptyParts);
+    words.removeIf(
+        [&](const QString &word) { return counts.value("refused-" + word.toUtf8()) > 0; });
+    return words;
+}
+
 } // namespace nthcall
