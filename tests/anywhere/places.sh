@@ -111,10 +111,10 @@ at_path() {
 at_read_only() {
     local around="mount --bind '$tree' '$tree'" closed="mount -o remount,ro,bind '$tree'"
     local build="mount --bind '$tree/build' '$tree/build'"
-    mounted "$around; $closed" says "$tree/test"
+    mounted "$around; $closed" says "$tree/test" || return
     mkdir -p "$tree/build"
     printf '; with build/ of its own '
-    mounted "$around; $build; $closed" passes "$tree/test"
+    mounted "$around; $build; $closed" passes "$tree/test" || return
     printf '; with CRAYVELL_BUILD '
     mounted "$around; $closed" passes env CRAYVELL_BUILD="$(folder elsewhere 755 root)" \
         CRAYVELL_TEST_ONLY=scripts/commands "$tree/test"
@@ -142,6 +142,8 @@ in_locale() {
         mkdir -p "$work/locales"
         localedef -i "${1%.*}" -f UTF-8 "$work/locales/$1" >>"$log" 2>&1
     }
+    [[ $(LOCPATH="$work/locales" LC_ALL="$1" locale charmap 2>>"$log") == UTF-8 ]] ||
+        { printf 'FAILED: there is no %s' "$1" && return 1; }
     passes env LOCPATH="$work/locales" LC_ALL="$1" "$tree/test"
 }
 at_locale_C() { passes env LC_ALL=C "$tree/test"; }
@@ -153,11 +155,12 @@ at_scale() { passes env QT_SCALE_FACTOR=2 "$tree/test"; }
 at_one_core() { passes taskset --cpu-list 0 "$tree/test"; }
 
 at_two_clones() {
-    local second=$work/second/crayvell code=0
+    local second=$work/second/crayvell other code=0
     make_tree "$second"
     (log=$log.second && passes "$second/test") >"$log.outcome" &
+    other=$!
     passes "$tree/test" || code=1
-    wait $! || code=1
+    wait $other || code=1
     cat "$log.second" >>"$log"
     printf '; the other %s' "$(<"$log.outcome")"
     return $code
@@ -170,8 +173,10 @@ at_year_2033() {
     # shellcheck disable=SC2016 # of the other shell
     in_plain bash -c 'root=$0; source "$0/scripts/setup.sh"; configure release; build release all' \
         "$tree" || { printf 'FAILED: the build' && return 1; }
-    passes env LD_PRELOAD="$tree/build/release/tests/support/libcrayvell_latertime.so" \
-        CRAYVELL_LATER=$later "$tree/test"
+    local lie=(env LD_PRELOAD="$tree/build/release/tests/support/libcrayvell_latertime.so"
+        CRAYVELL_LATER=$later)
+    [[ $("${lie[@]}" date +%Y) == 2033 ]] || { printf 'FAILED: the clock' && return 1; }
+    passes "${lie[@]}" "$tree/test"
 }
 
 # What editors, builds and users leave behind.
