@@ -136,7 +136,7 @@ void RealWindowTest::keyboardAlone()
     QVERIFY(m_screen.activate(dialog));
     QVERIFY(m_screen.type(sketch));
     QVERIFY(m_screen.key({QStringLiteral("Return")}));
-    QTRY_VERIFY(QFile::exists(path(sketch)));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path(sketch)), XServer::patience);
     QVERIFY(m_screen.activate(m_window));
     keepScreenshot(QStringLiteral("realwindow-%1x-sketch.png").arg(scale));
     quit();
@@ -180,7 +180,8 @@ void RealWindowTest::toolBarByKeyboard()
     };
     const int width = pictureWidth(before);
     QVERIFY(width > 20);
-    QTRY_VERIFY(pictureWidth(m_screen.screenshot()) > width * 5 / 4);
+    QTRY_VERIFY_WITH_TIMEOUT(pictureWidth(m_screen.screenshot()) > width * 5 / 4,
+                             XServer::patience);
     quit();
 }
 

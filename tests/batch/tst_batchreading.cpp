@@ -1,4 +1,3 @@
-#include <QElapsedTimer>
 #include <QImageReader>
 
 #include "tests/batch/batchprocess.h"
@@ -110,12 +109,12 @@ void tst_BatchReading::segmentsWithoutEndAreRefused()
 {
     BatchProcess batch;
     batch.write("photo", hostilephotos::jpegWithSegments(100'000));
-    QElapsedTimer timer;
-    timer.start();
+    const qint64 begin = process::childrensProcessorTime();
     const auto outcome = batch.run({"photo"});
     COMPARE_EXIT(outcome, 1);
     QVERIFY2(outcome.errors.contains("more than 5000 segments"), outcome.errors.constData());
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    const qint64 taken = process::childrensProcessorTime() - begin;
+    QVERIFY2(taken < 5000, qPrintable(QString::number(taken)));
     batch.write("many", hostilephotos::jpegWithSegments(4'000, 100'000));
     COMPARE_EXIT(batch.run({"many"}), 0);
 }
@@ -152,6 +151,8 @@ void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()
 
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
 {
+    if (process::isSanitized())
+        QSKIP("the address sanitizer has its own filling of fresh memory");
     QFETCH(QByteArray, photo);
     BatchProcess batch;
     batch.write("photo", photo);

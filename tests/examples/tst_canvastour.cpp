@@ -99,8 +99,8 @@ void CanvasTourTest::pen()
     QVERIFY2(startTour(displayScale), qPrintable(server.errorString()));
     QVERIFY(selectTool("p", 1));
     QVERIFY(server.drag({at(20, 20), at(80, 20), at(50, 60), at(20, 80)}));
-    QTRY_COMPARE(output("ProgressStage").value(lines.size() - 1),
-                 QStringLiteral("ProgressStage Released"));
+    QTRY_COMPARE_WITH_TIMEOUT(output("ProgressStage").value(lines.size() - 1),
+                              QStringLiteral("ProgressStage Released"), XServer::patience);
     QCOMPARE(lines.first(), QStringLiteral("ProgressStage mouse moved"));
     QCOMPARE(lines.value(1), QStringLiteral("ProgressStage path empty"));
     QCOMPARE(lines.count(QStringLiteral("ProgressStage path z is 0")), 3);
@@ -209,7 +209,8 @@ void CanvasTourTest::brushes()
     const auto reported = [&](const QString &line, QPointF pointer) {
         return line.contains(name) && (reportedRect(line).center() - pointer).manhattanLength() < 6;
     };
-    QTRY_VERIFY(reported(output("AnyBrush").value(lines.size() - 1), {240, 180}));
+    QTRY_VERIFY_WITH_TIMEOUT(reported(output("AnyBrush").value(lines.size() - 1), {240, 180}),
+                             XServer::patience);
     QVERIFY2(reported(lines.first(), {144, 108}), qPrintable(lines.first()));
     QVERIFY(lines.size() > 1);
     for (int i = 0; i < lines.size(); ++i)
@@ -234,7 +235,7 @@ void CanvasTourTest::hand()
     QVERIFY(selectTool("h", 7));
     const QPoint from = fitted.center(), to = from - QPoint(60, 40) * scale;
     QVERIFY(server.drag({from, from - QPoint(20, 30) * scale, to}));
-    QTRY_VERIFY(!output("HandTool").isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!output("HandTool").isEmpty(), XServer::patience);
     // What was under the pointer has come with it.
     QVERIFY(!alike(before.pixel(from), before.pixel(to), 3));
     QVERIFY(eventually([&] { return alike(screen.pixel(to), before.pixel(from), 3); }));
@@ -251,7 +252,7 @@ void CanvasTourTest::smartWireMarker()
     for (int i = 0; i <= 30; ++i)
         wire.append(at(30, 40) + QPoint(6 * i, i) * scale);
     QVERIFY(server.drag(wire));
-    QTRY_VERIFY(output("WireMarker").size() > 4);
+    QTRY_VERIFY_WITH_TIMEOUT(output("WireMarker").size() > 4, XServer::patience);
     QCOMPARE(output("SmartSelect.* pressed$").size(), 1);
     // Red with alpha 150 over the photo.
     const auto isMarked = [&](QPoint p) {
@@ -269,7 +270,7 @@ void CanvasTourTest::smartWireMarker()
     const QPoint middle = onScreen(output("SmartSelect").at(3));
     QVERIFY(eventually([&] { return isMarked(start) && isMarked(middle); }));
     QVERIFY(server.click(start, 3));
-    QTRY_COMPARE(output("SmartSelect.* pressed right").size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(output("SmartSelect.* pressed right").size(), 1, XServer::patience);
     server.moveTo(at(50, 50)); // the outline away
     QVERIFY(eventually([&] { return alike(screen.pixel(start), before.pixel(start), 1); }));
     QVERIFY(isMarked(middle));
@@ -297,7 +298,7 @@ void CanvasTourTest::withoutAnAction()
     QVERIFY(server.drag({at(30, 30), at(50, 50)}));
     // The same tool again tells when all of that has been handled.
     QVERIFY(server.key({QStringLiteral("alt+") + QString::fromLatin1(mnemonic)}));
-    QTRY_VERIFY(!output().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!output().isEmpty(), XServer::patience);
     QCOMPARE(lines, QStringList(QStringLiteral("toolMode %1").arg(mode)));
     QVERIFY(eventually([&] { return screen.copy(area) == before; }));
     finish(name);

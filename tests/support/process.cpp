@@ -23,6 +23,16 @@ qint64 statusEntry(const QByteArray &label)
     return rest.left(rest.indexOf(' ')).toLongLong() * 1024;
 }
 
+qint64 processorTime(int who)
+{
+    rusage usage {};
+    getrusage(who, &usage);
+    const auto milliseconds = [](const timeval &time) {
+        return qint64(time.tv_sec) * 1000 + time.tv_usec / 1000;
+    };
+    return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+}
+
 } // namespace
 
 OrdinaryUser::OrdinaryUser()
@@ -77,6 +87,16 @@ bool forgetPeak()
 qint64 addressSpace()
 {
     return statusEntry("VmSize:");
+}
+
+qint64 ownProcessorTime()
+{
+    return processorTime(RUSAGE_SELF);
+}
+
+qint64 childrensProcessorTime()
+{
+    return processorTime(RUSAGE_CHILDREN);
 }
 
 bool isSanitized()

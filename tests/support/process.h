@@ -48,6 +48,11 @@ qint64 addressSpace();
 // system cannot.
 bool forgetPeak();
 
+// Milliseconds of the processor that all threads of this process took, or all of its
+// children that have ended: unlike those of a clock they do not tell what else is running.
+qint64 ownProcessorTime();
+qint64 childrensProcessorTime();
+
 // Whether the address or the thread sanitizer is built in, whose own memory, threads and
 // place before all other libraries hide ours.
 bool isSanitized();

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int patience = 30000; // milliseconds, for a loaded machine
 // Seconds between two moves of a drag: above the toolkit's merging of moves,
 // below anything that a test would feel.
 const QString handPace = QStringLiteral("0.05");
@@ -27,7 +26,7 @@ void stop(QProcess &process)
     if (process.state() == QProcess::NotRunning)
         return;
     process.terminate();
-    if (!process.waitForFinished(patience))
+    if (!process.waitForFinished(XServer::patience))
         process.kill();
     process.waitForFinished();
 }

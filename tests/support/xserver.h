@@ -17,6 +17,8 @@
 class XServer
 {
 public:
+    static constexpr int patience = 30000; // milliseconds, for a loaded machine
+
     explicit XServer(QSize screen = {1280, 960});
     ~XServer();
     XServer(const XServer &) = delete;
@@ -38,7 +40,7 @@ public:
 
     // The X window whose title matches an extended regular expression, once it
     // is visible; empty when none has appeared in time.
-    QString waitForWindow(const QString &title, int milliseconds = 30000);
+    QString waitForWindow(const QString &title, int milliseconds = patience);
     // Gives the window the keyboard.
     bool activate(const QString &window);
     // Where the window's contents are on the screen, without its frame.
