@@ -340,6 +340,8 @@ void SaveTest::readOnlyFileStays()
     }
     QCOMPARE(contentOf(target), formerContent);
     QCOMPARE(files(), QStringList(QStringLiteral("sketch.png")));
+    QVERIFY(message().isEmpty());
+    QCOMPARE(saveDirectory(), QDir(m_folder->path()).canonicalPath());
 }
 
 void SaveTest::missingFolderForgetsTheDirectory()

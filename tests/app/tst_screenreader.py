@@ -84,9 +84,12 @@ def press(top, role, name):
         fail(f"pressing {name} is not answered: {error.message}")
 
 
+def shown(top, name):
+    return find(top, Atspi.Role.FILE_CHOOSER, name) or find(top, Atspi.Role.DIALOG, name)
+
+
 def dialog(top, name):
-    return wait(f"dialog {name}", lambda: find(top, Atspi.Role.FILE_CHOOSER, name)
-                or find(top, Atspi.Role.DIALOG, name))
+    return wait(f"dialog {name}", lambda: shown(top, name))
 
 
 def description(canvas):
@@ -108,7 +111,7 @@ def check(program, folder):
                 find(top, Atspi.Role.FRAME, None).get_name(), "Crayvell")
         press(opened, button, "Cancel")
         wait("the message of a cancelled dialog", lambda: "No file selected" in spoken)
-        wait("the end of the dialog", lambda: not find(top, Atspi.Role.DIALOG, "Open Image"))
+        wait("the end of the dialog", lambda: not shown(top, "Open Image"))
         spoken.clear()
 
     photo = os.path.join(folder, "photo.ppm")

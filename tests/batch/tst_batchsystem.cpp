@@ -180,13 +180,18 @@ void tst_BatchSystem::danglingLinksOfFolders()
     QCOMPARE(batch.contents("out/a.jpg"), m_sketch);
 }
 
+namespace {
+
+constexpr int pipeBytes = 65536;
+
+} // namespace
+
 void tst_BatchSystem::streamsThatDoNotBlock_data()
 {
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<int>("leastBytes");
 
-    const int pipeBytes = 65536;
     QTest::newRow("a picture") << "-o - large.jpg" << 0 << pipeBytes;
     QTest::newRow("messages") << "--files-from missing 2>&1" << 1 << pipeBytes;
     QTest::newRow("JSON") << "--json --files-from missing 2>/dev/null" << 1 << pipeBytes;
@@ -211,23 +216,31 @@ void tst_BatchSystem::streamsThatDoNotBlock()
     QFETCH(int, leastBytes);
     QVERIFY2(ordinary.output.size() > leastBytes, QByteArray::number(ordinary.output.size()));
     batch.write("run.py", R"(
-import os, subprocess, sys
+import os, select, subprocess, sys
 reading, writing = os.pipe()
 os.set_blocking(writing, False)
-child = subprocess.Popen(['sh', '-c', '"$batch" ' + sys.argv[1]], stdout=writing)
-# Only when it is full does anybody read.
-import select
-while select.select([], [writing], [], 0)[1] and child.poll() is None:
-    pass
-os.close(writing)
-while True:
-    portion = os.read(reading, 1 << 16)
-    if not portion:
+filled = 0
+while sys.argv[2] == 'full' and select.select([], [writing], [], 0)[1]:
+    filled += os.write(writing, b' ' * 4096)
+child = subprocess.Popen(['sh', '-c', 'exec "$batch" ' + sys.argv[1]], stdout=writing)
+
+def waits():
+    with open(f'/proc/{child.pid}/stat') as stat:
+        return stat.read().rpartition(')')[2].split()[0] == 'S'
+
+# Only when it is full, and the program waits for it to be emptied, does anybody read.
+while select.select([], [writing], [], 0)[1] or filled and not waits():
+    if child.poll() is not None:
         break
-    sys.stdout.buffer.write(portion)
+os.close(writing)
+output = b''
+while portion := os.read(reading, 1 << 16):
+    output += portion
+sys.stdout.buffer.write(output[filled:])
 sys.exit(child.wait())
 )");
-    const auto outcome = batch.shell("python3 run.py '" + arguments + "'");
+    const auto outcome = batch.shell("python3 run.py '" + arguments + "' "
+                                     + (leastBytes < pipeBytes ? "full" : "empty"));
     QCOMPARE(outcome.exitCode, ordinary.exitCode);
     QCOMPARE(outcome.errors, QByteArray());
     const auto sorted = [](const QByteArray &text) {

@@ -175,6 +175,7 @@ void LargeScenesTest::everySizeCanBeAskedFor()
         for (const QVariantList &arguments : brush + pick)
             QVERIFY(hasSize(arguments[0].toRect()));
         QCOMPARE(brush.count() > 0, tool == View::ModeKeepBrush || tool == View::ModeRemoveBrush);
+        QCOMPARE(pick.count() > 0, tool == View::ModeWireSmartMarker);
     }
 }
 

@@ -85,8 +85,9 @@ grep -m 1 '<release ' "$metainfo" | grep -q "version=\"$version\" date=\"20" ||
     fail "the newest release is not $version"
 
 for page in "$share"/man/man1/*.1; do
-    MANROFFSEQ='' LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 >/dev/null |
-        grep . && fail "$page has these warnings"
+    warnings=$(MANROFFSEQ='' LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 \
+        >/dev/null) || fail "$page cannot be shown: $warnings"
+    [[ -z $warnings ]] || fail "$page has these warnings: $warnings"
 done
 
 # wait_for COMMAND...: until it succeeds.

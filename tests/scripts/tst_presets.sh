@@ -74,6 +74,7 @@ grep -q '^cmake --preset release ' "$scratch/asked" || fail "half a configuratio
 rm "$scratch/asked"
 touch "$tree_builds/release/build.ninja"
 (cd "$scratch/tree" && ./run a.jpg) >"$scratch/told" 2>&1 || fail "$(<"$scratch/told")"
+grep -q '^cmake --build ' "$scratch/asked" || fail "not built: $(<"$scratch/asked")"
 ! grep '^cmake --preset ' "$scratch/asked" || fail "configured once more"
 
 # Tests that fail make ./test fail.

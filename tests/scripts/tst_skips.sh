@@ -49,6 +49,7 @@ instead of: $text"
 exits() {
     local expected=$1 code=0
     shift
+    rm -f "$scratch/al,one/program.xml"
     env "$@" "CRAYVELL_TEST_REPORT=$scratch/al,one/program" "$program" >"$scratch/said" || code=$?
     [[ $code == "$expected" ]] || fail "$* ends the program with $code: $(<"$scratch/said")"
     [[ -s $scratch/al,one/program.xml ]] || fail "$*: no report"
