@@ -37,6 +37,16 @@ void requireValues(const std::uint8_t *bytes, std::size_t count)
     ++runs;
 }
 
+void forgetValues(std::uint8_t *bytes, std::size_t count)
+{
+#ifdef SWEEP_WATCHED
+    __msan_allocated_memory(bytes, count);
+#else
+    (void)bytes;
+    (void)count;
+#endif
+}
+
 // Bytes without values that end with a page, behind which nothing may be touched.
 class ClosedMemory
 {
@@ -51,21 +61,13 @@ public:
             || mprotect(static_cast<std::uint8_t *>(m_begin) + open, page, PROT_NONE) != 0)
             std::abort();
         m_bytes = static_cast<std::uint8_t *>(m_begin) + open - bytes;
-#ifdef SWEEP_WATCHED
-        __msan_allocated_memory(m_bytes, bytes);
-#endif
+        forgetValues(m_bytes, bytes);
     }
-    ~ClosedMemory()
-    {
-        munmap(m_begin, m_size);
-    }
+    ~ClosedMemory() { munmap(m_begin, m_size); }
     ClosedMemory(const ClosedMemory &) = delete;
     ClosedMemory &operator=(const ClosedMemory &) = delete;
 
-    std::uint8_t *bytes() const
-    {
-        return m_bytes;
-    }
+    std::uint8_t *bytes() const { return m_bytes; }
 
 private:
     void *m_begin;
