@@ -19,7 +19,7 @@ make_clone() {
 
 make_clone
 # What editors leave beside an open file is nothing to them.
-ln -s "somebody@somewhere.1234:5678" "$clone/app/.#mainwindow.cpp"
+ln -sf "somebody@somewhere.1234:5678" "$clone/app/.#mainwindow.cpp"
 mkdir -p "$clone/app/build/CMakeFiles"
 touch "$clone/app/build/mocs_compilation.cpp" "$clone/app/build/CMakeFiles/CompilerId.cpp"
 touch "$clone/app/.mainwindow.cpp.swp" "$clone/app/mainwindow.cpp~" \
