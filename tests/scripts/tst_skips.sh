@@ -10,6 +10,7 @@ trap 'rm -rf "$scratch"' EXIT
 build="$scratch/a, b/build"
 reports=$build/tests/reports
 unset CI
+export QT_QPA_PLATFORM=offscreen # whatever the caller has
 
 fail() {
     printf 'FAILED: %s\n' "$*" >&2
