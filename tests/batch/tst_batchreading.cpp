@@ -151,8 +151,6 @@ void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun_data()
 
 void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
 {
-    if (process::isSanitized())
-        QSKIP("the address sanitizer has its own filling of fresh memory");
     QFETCH(QByteArray, photo);
     BatchProcess batch;
     batch.write("photo", photo);
@@ -166,6 +164,8 @@ void tst_BatchReading::pixelsNobodyWroteAreTheSameInEveryRun()
     QFETCH(int, exitCode);
     QCOMPARE(exits, QList<int>({exitCode, exitCode}));
     QCOMPARE(sketches[0].isEmpty(), exitCode != 0);
+    if (process::isSanitized())
+        QSKIP("the address sanitizer has its own filling of fresh memory");
     QVERIFY(sketches[0] == sketches[1]);
 }
 
