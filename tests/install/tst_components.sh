@@ -91,7 +91,7 @@ same "all components together" \
     fail "DESTDIR and prefix differ"
 for component in "${components[@]}"; do
     # That they differ is no surprise: the others' files are in one of them only.
-    differing=$(diff -r "$scratch/by-prefix/$component" "$scratch/whole" |
+    differing=$(LC_ALL=C diff -r "$scratch/by-prefix/$component" "$scratch/whole" |
         grep -v '^Only in .*/whole') || true
     [[ -z $differing ]] || fail "$component differs from what is installed with all: $differing"
 done
