@@ -2,6 +2,7 @@
 
 #include "app/languages.h"
 #include "app/mainwindow.h"
+#include "photo/systemmessages.h"
 
 int main(int argc, char *argv[])
 {
@@ -11,6 +12,7 @@ int main(int argc, char *argv[])
     QApplication::setOrganizationName(QStringLiteral("Dellumbra software"));
     // Wayland's desktops find the window's entry and icon by it.
     QApplication::setDesktopFileName(QStringLiteral("example.dellumbra.crayvell"));
+    photo::openSystemMessages();
 
     // Here and not in the window: who embeds that has languages of their own.
     languages::install(application, languages::systemTranslation());

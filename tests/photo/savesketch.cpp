@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include "photo/photofile.h"
+#include "photo/systemmessages.h"
 #include "tests/support/testphotos.h"
 
 namespace {
@@ -22,6 +23,7 @@ void callInterposer(const char *function)
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
+    photo::openSystemMessages();
     const int side = QByteArray(argv[2]).toInt();
     const QImage sketch = testphotos::scene(side, side).convertToFormat(QImage::Format_ARGB32);
     const QString target = QFile::decodeName(argv[1]);
