@@ -163,9 +163,6 @@ void RealWindowTest::toolBarByKeyboard()
 {
     start();
     openPhoto(QStringLiteral("photo.png"));
-    const QImage before = m_screen.screenshot();
-    const QStringList tabs(6, QStringLiteral("Tab"));
-    QVERIFY(m_screen.key(tabs + QStringList {QStringLiteral("space"), QStringLiteral("space")}));
     const auto pictureWidth = [](const QImage &screen) {
         int widest = 0;
         for (int y = 0; y < screen.height(); ++y) {
@@ -178,8 +175,10 @@ void RealWindowTest::toolBarByKeyboard()
         }
         return widest;
     };
-    const int width = pictureWidth(before);
-    QVERIFY(width > 20);
+    int width = 0;
+    QTRY_VERIFY_WITH_TIMEOUT((width = pictureWidth(m_screen.screenshot())) > 20, XServer::patience);
+    const QStringList tabs(6, QStringLiteral("Tab"));
+    QVERIFY(m_screen.key(tabs + QStringList {QStringLiteral("space"), QStringLiteral("space")}));
     QTRY_VERIFY_WITH_TIMEOUT(pictureWidth(m_screen.screenshot()) > width * 5 / 4,
                              XServer::patience);
     quit();
