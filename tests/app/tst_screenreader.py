@@ -41,7 +41,10 @@ def wait(what, condition):
     deadline = time.monotonic() + PATIENCE
     while time.monotonic() < deadline:
         GLib.MainContext.default().iteration(True)
-        value = condition()
+        try:
+            value = condition()
+        except GLib.Error:
+            continue  # what it asked is gone, or not there yet
         if value:
             return value
     fail(f"{what}: not within {PATIENCE} seconds")
@@ -66,6 +69,10 @@ def find(top, role, name):
     return None
 
 
+def name_of(found):
+    return found.get_name() if found else None
+
+
 def application():
     desktop = Atspi.get_desktop(0)
     for index in range(desktop.get_child_count()):
@@ -77,8 +84,8 @@ def application():
 
 def press(top, role, name):
     pressed = wait(f"{name} to press", lambda: find(top, role, name))
-    compare(f"the action of {name}", pressed.get_action_name(0), "Press")
     try:
+        compare(f"the action of {name}", pressed.get_action_name(0), "Press")
         pressed.do_action(0)
     except GLib.Error as error:
         fail(f"pressing {name} is not answered: {error.message}")
@@ -108,7 +115,7 @@ def check(program, folder):
         press(top, role, "Open")
         opened = dialog(top, "Open Image")
         compare("the window's name behind its dialog",
-                find(top, Atspi.Role.FRAME, None).get_name(), "Crayvell")
+                wait("the window", lambda: name_of(find(top, Atspi.Role.FRAME, None))), "Crayvell")
         press(opened, button, "Cancel")
         wait("the message of a cancelled dialog", lambda: "No file selected" in spoken)
         wait("the end of the dialog", lambda: not shown(top, "Open Image"))

@@ -32,7 +32,7 @@ trap clean_up EXIT
 export XDG_RUNTIME_DIR=$folder/run
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 mkfifo "$folder/display"
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$folder/display" 2>/dev/null &
+Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp -noreset 3>"$folder/display" 2>/dev/null &
 server=$!
 read -r -t 60 display <"$folder/display" || {
     printf 'FAILED: no X server\n'

@@ -99,17 +99,23 @@ wait_for() {
     done
 }
 
+# has_window PID: its window is in $scratch/window then. Others that vanish while they are
+# looked at end the search.
+has_window() {
+    xdotool search --onlyvisible --pid "$1" 2>/dev/null | head -n 1 >"$scratch/window"
+    [[ -s $scratch/window ]]
+}
+
 # What is seen there is in $scratch/seen.
 show_on_x11() {
     local display
     mkfifo "$scratch/display"
-    Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$scratch/display" 2>/dev/null &
+    Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp -noreset 3>"$scratch/display" 2>/dev/null &
     processes+=($!)
     read -r -t 60 display <"$scratch/display" || fail "no X server"
     DISPLAY=:$display "$prefix/bin/crayvell" &
     processes+=($!)
-    DISPLAY=:$display timeout 60 xdotool search --sync --onlyvisible --pid $! |
-        head -n 1 >"$scratch/window"
+    DISPLAY=:$display wait_for has_window $!
     DISPLAY=:$display xprop -id "$(<"$scratch/window")" WM_CLASS >"$scratch/seen"
 }
 
