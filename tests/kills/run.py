@@ -190,7 +190,9 @@ def try_in(top, title, kind, by, count, refused, numbers, build):
         durations.append(run_whole(kind, variables, whole))
         good = kind.good(whole)
     hits = wrong = runs = strays = 0
-    while hits < count and runs < 4 * count:
+    # A loaded machine measures some lengths too long, so that many moments come too late.
+    most = 4 * count + 60
+    while hits < count and runs < most:
         run = top / "run"
         run.mkdir()
         kind.fill(run)
