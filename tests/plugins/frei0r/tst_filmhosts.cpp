@@ -196,8 +196,8 @@ void FilmHostsTest::meltFrames()
     // Where the machine has much else to do, melt 7.12 may end well without a single frame, or
     // never, with its own filters and without any: on one core that another program uses, too,
     // 10 of 25 plain runs hung.
-    constexpr int attempts = 12;
-    constexpr int patience = 15'000;
+    constexpr int attempts = 20;
+    constexpr int patience = 12'000; // of all, below the time limit of a test
     for (int i = 0; i < attempts && QFileInfo(path("sketch.raw")).size() == 0; ++i) {
         const bool isWell = run("melt",
                                 {"-profile", "./profile", "avformat:photo%d.png", "-filter",
