@@ -59,13 +59,14 @@ void RefusedPhotosTest::changingPhotoIsRefused()
     });
     while (!hasBegun)
         std::this_thread::yield();
-    // A loaded machine may leave the changer no time during one reading.
-    bool isRefused = false;
-    for (int i = 0; i < 100 && !isRefused; ++i)
-        isRefused = photo::readPhoto(path).image.isNull();
+    // A loaded machine may leave the changer no time during a reading.
+    constexpr int readings = 10;
+    int refused = 0;
+    for (int i = 0; i < readings; ++i)
+        refused += photo::readPhoto(path).image.isNull() ? 1 : 0;
     isDone = true;
     changer.join();
-    QVERIFY(isRefused);
+    QVERIFY2(refused >= readings / 2, qPrintable(QString::number(refused)));
     QVERIFY(!photo::readPhoto(path).image.isNull());
 }
 
